@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QHash>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <optional>
+#include <stdexcept>
+
+namespace brightloom::cli {
+
+class UsageError : public std::runtime_error
+{
+public:
+    explicit UsageError(const QString& text) : std::runtime_error(text.toStdString()) {}
+};
+
+// The words after the command name: positional words, "--name value" options and "--flag" switches.
+// Which names take a value is declared up front, so a value that starts with "--" is never mistaken.
+class Arguments
+{
+public:
+    Arguments(const QStringList& words, const QSet<QString>& valued, const QSet<QString>& flags);
+
+    QString positional(qsizetype index, const char* what) const; // throws UsageError when missing
+    qsizetype positionalCount() const { return m_positional.size(); }
+    std::optional<QString> option(const QString& name) const;
+    QString required(const QString& name) const; // throws UsageError when missing
+    bool flag(const QString& name) const { return m_flags.contains(name); }
+
+private:
+    QStringList m_positional;
+    QHash<QString, QString> m_options;
+    QSet<QString> m_flags;
+};
+
+} // namespace brightloom::cli

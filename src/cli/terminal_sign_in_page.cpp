@@ -1,0 +1,65 @@
+#include "terminal_sign_in_page.h"
+
+#include "console.h"
+
+#include <QProcess>
+#include <QStandardPaths>
+#include <QtConcurrent/QtConcurrentRun>
+#include <iostream>
+#include <qcoro/qcorofuture.h>
+#include <string>
+
+namespace brightloom::cli {
+namespace {
+
+// Only with a desktop session: without one, the opener may start a text browser on this terminal.
+void openInBrowser(const QUrl& page)
+{
+    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        return;
+#ifdef Q_OS_MACOS
+    const QString opener = QStringLiteral("/usr/bin/open");
+#else
+    const QString opener = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
+#endif
+    if (opener.isEmpty())
+        return;
+    QProcess process;
+    process.setProgram(opener);
+    process.setArguments(QStringList(page.toString(QUrl::FullyEncoded)));
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.startDetached();
+}
+
+std::optional<QString> readLine()
+{
+    std::string line;
+    if (!std::getline(std::cin, line))
+        return std::nullopt;
+    return QString::fromUtf8(line.data(), qsizetype(line.size())).trimmed();
+}
+
+} // namespace
+
+QCoro::Task<SignInPage::Outcome> TerminalSignInPage::show(QUrl page)
+{
+    err(QStringLiteral("Open this address in a browser and sign in:"));
+    err(QStringLiteral("  ") + page.toString(QUrl::FullyEncoded));
+    err(QStringLiteral("Then paste the brightloom:// address the page leads to, and press Return:"));
+    openInBrowser(page);
+
+    Outcome outcome;
+    // Reading a line blocks, so it happens on the thread pool while the event loop runs on.
+    const std::optional<QString> line = co_await QtConcurrent::run(readLine);
+    if (!line) {
+        outcome.kind = Outcome::Cancelled;
+        co_return outcome;
+    }
+    outcome.kind = Outcome::Callback;
+    outcome.callback = *line;
+    co_return outcome;
+}
+
+} // namespace brightloom::cli

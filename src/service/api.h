@@ -1,0 +1,133 @@
+#pragma once
+
+#include "record_codec.h"
+#include "records.h"
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QUrl>
+#include <QtConcurrent/QtConcurrentRun>
+#include <chrono>
+#include <exception>
+#include <optional>
+#include <qcoro/qcorofuture.h>
+#include <qcoro/qcorotask.h>
+
+class QNetworkAccessManager;
+
+namespace brightloom {
+
+class SignInPage;
+
+// The one client of the service: holds its address and the cookie session, sends every request,
+// turns failures into errors and keeps what the whole interface watches.
+class API final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(API)
+    Q_PROPERTY(bool signedIn READ signedIn NOTIFY signedInChanged)
+    Q_PROPERTY(bool checking READ checking NOTIFY checkingChanged)
+    Q_PROPERTY(QList<brightloom::Project> projects READ projects NOTIFY projectsChanged)
+
+public:
+    // The service's address when BRIGHTLOOM_URL does not name another.
+    static const char* const builtInAddress;
+
+    explicit API(QObject* parent = nullptr);
+    ~API() override;
+
+    // BRIGHTLOOM_URL when it holds an absolute http(s) address, else the built-in address.
+    static QUrl chooseBase(const QString& environmentValue);
+
+    bool signedIn() const { return m_signedIn; }
+    bool checking() const { return m_checking; }
+    const QList<Project>& projects() const { return m_projects; }
+    const QUrl& base() const { return m_base; }
+
+    // How long a request may take before it fails as timed out; 60 seconds unless changed.
+    std::chrono::milliseconds requestTimeout() const { return m_timeout; }
+    void setRequestTimeout(std::chrono::milliseconds timeout) { m_timeout = timeout; }
+
+    // How the browser sign-in page is shown; the front end sets it once.
+    void setSignInPage(SignInPage* page) { m_signInPage = page; }
+
+    // Sends one request; answers the reply's bytes for any status below 400.
+    QCoro::Task<QByteArray> request(QString path, QByteArray method, std::optional<QJsonObject> body = {});
+
+    // request(), then the reply read as T away from the main thread.
+    template <class T>
+    QCoro::Task<T> decode(QString path, QByteArray method = "GET", std::optional<QJsonObject> body = {});
+
+    QCoro::Task<> restoreSession();
+    QCoro::Task<> loadProjects();
+    QCoro::Task<> signIn(QString email, QString password);
+    QCoro::Task<> signUp(QString name, QString email, QString password);
+    QCoro::Task<> signInWithGoogle();
+    QCoro::Task<> signOut();
+
+Q_SIGNALS:
+    void signedInChanged();
+    void checkingChanged();
+    void projectsChanged();
+
+private:
+    QUrl endpoint(const QString& path) const;
+    void setSignedIn(bool value);
+    void setChecking(bool value);
+    void setProjects(QList<Project> value);
+
+    QUrl m_base;
+    QNetworkAccessManager* m_network;
+    SignInPage* m_signInPage = nullptr;
+    std::chrono::milliseconds m_timeout = std::chrono::seconds(60);
+    bool m_signedIn = false;
+    bool m_checking = true;
+    QList<Project> m_projects;
+};
+
+namespace detail {
+
+template <class T> struct Decoded
+{
+    std::optional<T> value;
+    std::exception_ptr error;
+};
+
+// Starts reading a reply on the thread pool. A plain function, not a coroutine: GCC 12 mishandles a
+// lambda that moves a coroutine parameter into its capture.
+template <class T> QFuture<Decoded<T>> startDecoding(QByteArray bytes)
+{
+    return QtConcurrent::run([bytes = std::move(bytes)] {
+        Decoded<T> d;
+        try {
+            d.value = decodeRecord<T>(bytes);
+        } catch (...) {
+            d.error = std::current_exception();
+        }
+        return d;
+    });
+}
+
+// Reads a reply away from the main thread so a large one never stalls the window; resumes on the
+// caller's thread and rethrows a decoding failure there.
+template <class T> QCoro::Task<T> decodeInBackground(QByteArray bytes)
+{
+    Decoded<T> decoded = co_await startDecoding<T>(std::move(bytes));
+    if (decoded.error)
+        std::rethrow_exception(decoded.error);
+    co_return std::move(*decoded.value);
+}
+
+} // namespace detail
+
+template <class T>
+QCoro::Task<T> API::decode(QString path, QByteArray method, std::optional<QJsonObject> body)
+{
+    QByteArray bytes = co_await request(std::move(path), std::move(method), std::move(body));
+    co_return co_await detail::decodeInBackground<T>(std::move(bytes));
+}
+
+} // namespace brightloom

@@ -1,0 +1,329 @@
+#include "json_reader.h"
+
+#include "record_codec.h"
+
+#include <cmath>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace brightloom::schema {
+namespace {
+
+using json = nlohmann::json;
+
+// The parser's event interface, driven without recursion: every open object or array is a frame.
+class Reader
+{
+public:
+    Reader(const Record& schema, void* out) : m_rootSchema(schema), m_root(out) {}
+
+    bool null()
+    {
+        if (Frame* f = valueFrame(); f && f->field) {
+            if (f->field->required || f->type == Frame::Array)
+                return fail(fieldName(*f) + " must not be null");
+            f->field->clear(f->target);
+            done(*f);
+        }
+        return m_error.empty();
+    }
+
+    bool boolean(bool v)
+    {
+        Frame* f = valueFrame();
+        if (!f || !f->field)
+            return m_error.empty();
+        if (f->field->kind != Kind::Bool)
+            return mismatch(*f, "a Boolean");
+        f->field->setBool(f->target, v);
+        return done(*f);
+    }
+
+    bool number_integer(json::number_integer_t v) { return integer(v); }
+
+    bool number_unsigned(json::number_unsigned_t v)
+    {
+        if (v > std::uint64_t(std::numeric_limits<std::int64_t>::max())) {
+            Frame* f = valueFrame();
+            if (!f || !f->field)
+                return m_error.empty();
+            return f->field->kind == Kind::Int ? fail(fieldName(*f) + " does not fit in 64 bits")
+                                               : mismatch(*f, "a number");
+        }
+        return integer(std::int64_t(v));
+    }
+
+    bool number_float(json::number_float_t v, const std::string& text)
+    {
+        Frame* f = valueFrame();
+        if (!f || !f->field)
+            return m_error.empty();
+        if (f->field->kind != Kind::Int)
+            return mismatch(*f, "a number");
+        // A whole number written as 12.0 or 1e3 is still an integer; a fraction or a value beyond
+        // 64 bits is not.
+        constexpr double limit = 9223372036854775808.0; // 2^63
+        // An integer literal reaches here only when it overflowed 64 bits; its rounded value could
+        // still look in range.
+        if (text.find_first_of(".eE") == std::string::npos)
+            return fail(fieldName(*f) + " does not fit in 64 bits");
+        if (!std::isfinite(v) || std::trunc(v) != v)
+            return fail(fieldName(*f) + " must be an integer");
+        if (v >= limit || v < -limit)
+            return fail(fieldName(*f) + " does not fit in 64 bits");
+        return integer(std::int64_t(v));
+    }
+
+    bool string(std::string& v)
+    {
+        Frame* f = valueFrame();
+        if (!f || !f->field)
+            return m_error.empty();
+        const Kind kind = f->field->kind;
+        if (kind == Kind::String && f->type == Frame::Object)
+            f->field->setString(f->target, QString::fromUtf8(v.data(), qsizetype(v.size())));
+        else if (kind == Kind::StringArray && f->type == Frame::Array)
+            f->field->addString(f->target, QString::fromUtf8(v.data(), qsizetype(v.size())));
+        else
+            return mismatch(*f, "a string");
+        return done(*f);
+    }
+
+    bool binary(json::binary_t&) { return fail("unexpected binary value"); }
+
+    bool start_object(std::size_t)
+    {
+        if (m_stack.empty()) {
+            if (m_started)
+                return fail("unexpected object");
+            m_started = true;
+            m_stack.push_back(Frame{Frame::Object, &m_rootSchema, m_root});
+            return true;
+        }
+        Frame& f = m_stack.back();
+        if (f.type == Frame::Skip) {
+            ++f.depth;
+            return true;
+        }
+        if (!f.field)
+            return skip();
+        const Kind kind = f.field->kind;
+        const bool fits = (kind == Kind::Object && f.type == Frame::Object) ||
+                          (kind == Kind::ObjectArray && f.type == Frame::Array);
+        if (!fits)
+            return mismatch(f, "an object");
+        Frame child{Frame::Object, &f.field->nested(), f.field->addObject(f.target)};
+        child.key = f.field->key;
+        m_stack.push_back(child);
+        return true;
+    }
+
+    bool key(std::string& k)
+    {
+        Frame& f = m_stack.back();
+        if (f.type == Frame::Skip)
+            return true;
+        f.field = nullptr;
+        const auto& fields = f.schema->fields;
+        for (std::size_t i = 0; i < fields.size(); ++i) {
+            if (fields[i].key == k) {
+                f.field = &fields[i];
+                f.fieldIndex = i;
+                break;
+            }
+        }
+        return true;
+    }
+
+    bool end_object()
+    {
+        Frame& f = m_stack.back();
+        if (f.type == Frame::Skip)
+            return leaveSkip();
+        const auto& fields = f.schema->fields;
+        for (std::size_t i = 0; i < fields.size(); ++i) {
+            if (fields[i].required && !(f.seen & (std::uint64_t(1) << i)))
+                return fail("\"" + std::string(fields[i].key) + "\" is missing" + where(m_stack.size()));
+        }
+        m_stack.pop_back();
+        if (!m_stack.empty())
+            done(m_stack.back());
+        return true;
+    }
+
+    bool start_array(std::size_t)
+    {
+        if (m_stack.empty())
+            return fail("the reply is not a JSON object");
+        Frame& f = m_stack.back();
+        if (f.type == Frame::Skip) {
+            ++f.depth;
+            return true;
+        }
+        if (!f.field)
+            return skip();
+        const Kind kind = f.field->kind;
+        if (f.type != Frame::Object || (kind != Kind::ObjectArray && kind != Kind::StringArray))
+            return mismatch(f, "an array");
+        Frame array{Frame::Array, f.schema, f.target};
+        array.field = f.field;
+        array.key = f.field->key;
+        m_stack.push_back(array);
+        return true;
+    }
+
+    bool end_array()
+    {
+        Frame& f = m_stack.back();
+        if (f.type == Frame::Skip)
+            return leaveSkip();
+        m_stack.pop_back();
+        done(m_stack.back());
+        return true;
+    }
+
+    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception& e)
+    {
+        if (m_error.empty())
+            m_error = std::string("it is not valid JSON (") + e.what() + ")";
+        return false;
+    }
+
+    void finish() const
+    {
+        if (!m_error.empty())
+            throw DecodeError(m_error);
+        if (!m_started)
+            throw DecodeError("the reply is not a JSON object");
+    }
+
+private:
+    struct Frame
+    {
+        enum Type { Object, Array, Skip } type;
+        const Record* schema = nullptr;
+        void* target = nullptr;
+        const Field* field = nullptr; // Object: the field whose value comes next; Array: the array's field
+        std::size_t fieldIndex = 0;
+        std::uint64_t seen = 0;
+        std::size_t index = 0; // Array: elements read so far
+        std::size_t depth = 0; // Skip: nesting depth
+        std::string_view key;  // the field this frame was entered through, for error texts
+    };
+
+    // The frame a scalar value belongs to; null before the root object or after it.
+    Frame* valueFrame()
+    {
+        if (m_stack.empty()) {
+            fail("the reply is not a JSON object");
+            return nullptr;
+        }
+        Frame& f = m_stack.back();
+        if (f.type == Frame::Skip)
+            return nullptr;
+        if (f.type == Frame::Object && !f.field)
+            return nullptr; // the value of a key the record does not name
+
+        return &f;
+    }
+
+    bool integer(std::int64_t v)
+    {
+        Frame* f = valueFrame();
+        if (!f || !f->field)
+            return m_error.empty();
+        if (f->field->kind != Kind::Int || f->type != Frame::Object)
+            return mismatch(*f, "a number");
+        f->field->setInt(f->target, v);
+        return done(*f);
+    }
+
+    // A value for the pending field was taken.
+    bool done(Frame& f)
+    {
+        if (f.type == Frame::Object) {
+            f.seen |= std::uint64_t(1) << f.fieldIndex;
+            f.field = nullptr;
+        } else if (f.type == Frame::Array) {
+            ++f.index;
+        }
+        return true;
+    }
+
+    bool skip()
+    {
+        Frame s{Frame::Skip};
+        s.depth = 1;
+        m_stack.push_back(s);
+        return true;
+    }
+
+    bool leaveSkip()
+    {
+        if (--m_stack.back().depth == 0)
+            m_stack.pop_back();
+        return true;
+    }
+
+    bool mismatch(const Frame& f, const char* found)
+    {
+        static constexpr const char* expected[] = {"a string",  "a Boolean",         "an integer",
+                                                   "an object", "a list of strings", "a list of objects"};
+        const Kind kind = f.field->kind;
+        std::string want = expected[int(kind)];
+        if (f.type == Frame::Array)
+            want = kind == Kind::StringArray ? "a string" : "an object";
+        return fail(fieldName(f) + " must be " + want + ", not " + found);
+    }
+
+    std::string fieldName(const Frame& f) const
+    {
+        if (f.type == Frame::Array)
+            return "an element of \"" + std::string(f.field->key) + "\"" + where(m_stack.size());
+        return "\"" + std::string(f.field->key) + "\"" + where(m_stack.size());
+    }
+
+    // " in jobs[2]" style location of the innermost `depth` frames.
+    std::string where(std::size_t depth) const
+    {
+        std::string path;
+        for (std::size_t i = 1; i < depth && i < m_stack.size(); ++i) {
+            const Frame& f = m_stack[i];
+            if (f.type == Frame::Array)
+                continue;
+            if (!path.empty())
+                path += '.';
+            path += f.key;
+            if (m_stack[i - 1].type == Frame::Array)
+                path += "[" + std::to_string(m_stack[i - 1].index) + "]";
+        }
+        return path.empty() ? std::string() : " in " + path;
+    }
+
+    bool fail(std::string text)
+    {
+        if (m_error.empty())
+            m_error = std::move(text);
+        return false;
+    }
+
+    const Record& m_rootSchema;
+    void* m_root;
+    std::vector<Frame> m_stack;
+    std::string m_error;
+    bool m_started = false;
+};
+
+} // namespace
+
+void readRecord(QByteArrayView json, const Record& schema, void* out)
+{
+    Reader reader(schema, out);
+    const auto* begin = reinterpret_cast<const std::uint8_t*>(json.data());
+    nlohmann::json::sax_parse(begin, begin + json.size(), &reader);
+    reader.finish();
+}
+
+} // namespace brightloom::schema
