@@ -1,0 +1,173 @@
+#include "child_process.h"
+#include "recording_server.h"
+#include "temp_home.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <gtest/gtest.h>
+
+using namespace brightloom::test;
+
+namespace {
+
+const QByteArray projectsReply =
+    R"({"projects":[{"id":"p1","name":"Timer"},{"id":"p2","name":"Imported","unsafe":true},{"id":"p3","name":"Safe","unsafe":false}]})";
+
+ScriptedReply withCookie(ScriptedReply reply, const QByteArray& cookie)
+{
+    reply.headers.append(qMakePair(QByteArray("Set-Cookie"), cookie));
+    return reply;
+}
+
+// The command line against a scripted HTTPS service whose certificate is trusted only through
+// BRIGHTLOOM_CA_FILE.
+class CliTest : public ::testing::Test
+{
+protected:
+    CliTest() : server(TestCertificate::shared().certificate, TestCertificate::shared().key)
+    {
+        home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
+        home.setEnv("BRIGHTLOOM_CA_FILE", TestCertificate::shared().caFile.toUtf8());
+        server.on(QStringLiteral("POST /api/auth/sign-in/email"),
+                  withCookie(ScriptedReply::json(200, R"({"user":{}})"),
+                             "brightloom.session_token=tok-SECRET; Path=/; HttpOnly; Secure; Max-Age=3600"));
+        server.setHandler([this](const RecordedRequest& request) -> ScriptedReply {
+            if (request.path() == QLatin1String("/api/projects") &&
+                request.header("Cookie") != QByteArray("brightloom.session_token=tok-SECRET"))
+                return ScriptedReply::json(401, R"({"message":"Unauthorized"})");
+            if (request.path() == QLatin1String("/api/projects"))
+                return ScriptedReply::json(200, projectsReply);
+            if (request.path() == QLatin1String("/api/auth/sign-in/email"))
+                return signInReply;
+            if (request.path() == QLatin1String("/api/auth/get-session"))
+                return ScriptedReply::json(200,
+                                           request.hasHeader("Cookie") ? R"({"user":{"id":"u"}})" : "null");
+            if (request.path() == QLatin1String("/api/auth/one-time-token/verify"))
+                return signInReply;
+            if (request.path() == QLatin1String("/api/auth/sign-out"))
+                return withCookie(ScriptedReply::json(200, "{}"),
+                                  "brightloom.session_token=; Path=/; Max-Age=0");
+            return ScriptedReply::json(404, R"({"message":"Not found"})");
+        });
+    }
+
+    TempHome home;
+    RecordingServer server;
+    ScriptedReply signInReply =
+        withCookie(ScriptedReply::json(200, R"({"user":{}})"),
+                   "brightloom.session_token=tok-SECRET; Path=/; HttpOnly; Secure; Max-Age=3600");
+};
+
+} // namespace
+
+TEST_F(CliTest, SessionSurvivesIntoTheNextProcess)
+{
+    const auto login =
+        runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("demo@x.test"),
+                QStringLiteral("--password"), QStringLiteral("pw")});
+    ASSERT_EQ(login.exitCode, 0) << login.err.toStdString();
+    EXPECT_EQ(login.out, QStringLiteral("signed in\n"));
+
+    const auto list = runCli({QStringLiteral("projects")});
+    ASSERT_EQ(list.exitCode, 0) << list.err.toStdString();
+    EXPECT_EQ(list.out, QStringLiteral("p1\tTimer\np2\tImported\tunsafe\np3\tSafe\n"));
+    EXPECT_EQ(runCli({QStringLiteral("session")}).out, QStringLiteral("signed in\n"));
+}
+
+TEST_F(CliTest, ProjectsAsJsonKeepTheRecords)
+{
+    runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a"),
+            QStringLiteral("--password"), QStringLiteral("b")});
+    const auto list = runCli({QStringLiteral("projects"), QStringLiteral("--json")});
+    ASSERT_EQ(list.exitCode, 0);
+    EXPECT_EQ(QJsonDocument::fromJson(list.out.toUtf8()), QJsonDocument::fromJson(projectsReply));
+}
+
+TEST_F(CliTest, FailurePrintsTheErrorTextAloneOnOneLineAndExitsOne)
+{
+    const auto list = runCli({QStringLiteral("projects")});
+    EXPECT_EQ(list.exitCode, 1);
+    EXPECT_EQ(list.err, QStringLiteral("Unauthorized\n"));
+    EXPECT_TRUE(list.out.isEmpty());
+
+    signInReply = ScriptedReply::json(401, R"({"message":"Invalid email or password"})");
+    const auto login = runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a"),
+                               QStringLiteral("--password"), QStringLiteral("b")});
+    EXPECT_EQ(login.exitCode, 1);
+    EXPECT_EQ(login.err, QStringLiteral("Invalid email or password\n"));
+}
+
+TEST_F(CliTest, LogoutEndsTheSessionForLaterProcesses)
+{
+    runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a"),
+            QStringLiteral("--password"), QStringLiteral("b")});
+    const auto logout = runCli({QStringLiteral("logout")});
+    EXPECT_EQ(logout.exitCode, 0);
+    EXPECT_EQ(logout.out, QStringLiteral("signed out\n"));
+    EXPECT_EQ(runCli({QStringLiteral("session")}).out, QStringLiteral("signed out\n"));
+    EXPECT_EQ(runCli({QStringLiteral("projects")}).exitCode, 1);
+}
+
+TEST_F(CliTest, NoTokenIsEverPrinted)
+{
+    const auto login = runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a"),
+                               QStringLiteral("--password"), QStringLiteral("b")});
+    const auto list = runCli({QStringLiteral("projects"), QStringLiteral("--json")});
+    const auto browser = runCli({QStringLiteral("login"), QStringLiteral("--browser")},
+                                "brightloom://callback?token=ott-SECRET\n");
+    for (const auto* r : {&login, &list, &browser}) {
+        EXPECT_FALSE(r->out.contains(QStringLiteral("SECRET")) || r->err.contains(QStringLiteral("SECRET")));
+    }
+}
+
+TEST_F(CliTest, ServiceCertificateIsTrustedOnlyThroughTheCaFile)
+{
+    home.setEnv("BRIGHTLOOM_CA_FILE", "");
+    const auto untrusted = runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a"),
+                                   QStringLiteral("--password"), QStringLiteral("b")});
+    EXPECT_EQ(untrusted.exitCode, 1);
+    EXPECT_TRUE(untrusted.err.startsWith(QStringLiteral("Could not reach the service: ")))
+        << untrusted.err.toStdString();
+    EXPECT_TRUE(server.requests().isEmpty());
+}
+
+TEST_F(CliTest, BrowserSignInReadsTheCallbackFromInputAndVerifiesItsToken)
+{
+    const auto login = runCli({QStringLiteral("login"), QStringLiteral("--browser")},
+                              "brightloom://callback?token=ott-1&token=ott-2\n");
+    ASSERT_EQ(login.exitCode, 0) << login.err.toStdString();
+    EXPECT_EQ(login.out, QStringLiteral("signed in\n"));
+    EXPECT_TRUE(login.err.contains(server.baseUrl().toString() + QStringLiteral("native-sign-in")));
+    const auto verify = server.requestsTo(QStringLiteral("/api/auth/one-time-token/verify"));
+    ASSERT_EQ(verify.size(), 1);
+    EXPECT_EQ(QJsonDocument::fromJson(verify[0].body).object().value(QStringLiteral("token")).toString(),
+              QStringLiteral("ott-1"));
+    EXPECT_EQ(runCli({QStringLiteral("projects")}).exitCode, 0);
+}
+
+TEST_F(CliTest, BrowserSignInEndedWithoutACallbackIsCancelled)
+{
+    const auto login = runCli({QStringLiteral("login"), QStringLiteral("--browser")}, "");
+    EXPECT_EQ(login.exitCode, 1);
+    EXPECT_TRUE(login.err.endsWith(QStringLiteral("\nSign-in cancelled.\n"))) << login.err.toStdString();
+}
+
+TEST_F(CliTest, BrowserCallbackWithoutTokenDidNotComplete)
+{
+    const auto login =
+        runCli({QStringLiteral("login"), QStringLiteral("--browser")}, "brightloom://callback?error=x\n");
+    EXPECT_EQ(login.exitCode, 1);
+    EXPECT_TRUE(login.err.endsWith(QStringLiteral("\nSign-in did not complete.\n")))
+        << login.err.toStdString();
+}
+
+TEST_F(CliTest, UnknownCommandOrMissingOptionIsAUsageError)
+{
+    const auto unknown = runCli({QStringLiteral("frobnicate")});
+    EXPECT_EQ(unknown.exitCode, 2);
+    EXPECT_TRUE(unknown.err.startsWith(QStringLiteral("unknown command frobnicate\nusage:")));
+    const auto missing = runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a")});
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_TRUE(missing.err.startsWith(QStringLiteral("missing --password\n")));
+    EXPECT_TRUE(server.requests().isEmpty());
+}
