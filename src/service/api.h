@@ -8,6 +8,7 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QSet>
 #include <QUrl>
 #include <QtConcurrent/QtConcurrentRun>
 #include <chrono>
@@ -67,6 +68,27 @@ public:
     QCoro::Task<> signUp(QString name, QString email, QString password);
     QCoro::Task<> signInWithGoogle();
     QCoro::Task<> signOut();
+
+    // The service's other calls. Identifiers are inserted into paths as they stand.
+    QCoro::Task<ProjectDetail> detail(QString projectId);
+    QCoro::Task<QString> createProject(QString prompt, bool source, std::optional<QString> importRepo,
+                                       std::optional<QString> importRef);
+    QCoro::Task<> send(QString prompt, QString projectId, bool fix);
+    QCoro::Task<LibraryDetail> libraryDetail(QString projectId);
+    QCoro::Task<QList<LibraryApp>> library();
+    QCoro::Task<QString> forkTemplate(QString jobId);
+    QCoro::Task<QList<GalleryApp>> gallery();   // empty on any failure
+    QCoro::Task<QSet<QString>> favoriteSlugs(); // empty on any failure
+    QCoro::Task<> setFavorite(QString slug, bool favorite);
+    QCoro::Task<std::optional<GithubPanel>> githubPanel(QString projectId); // absent on any failure
+    QCoro::Task<QList<GithubRepo>> githubRepos();
+    QCoro::Task<> githubLinkRepo(QString projectId, QString repo);
+    QCoro::Task<> githubUnlink(QString projectId);
+    QCoro::Task<GithubPushResult> githubPush(QString projectId);
+    QCoro::Task<WorkerStatus> workerStatus();
+
+    // An icon's address: absolute when the text starts with "http", else resolved against the base.
+    std::optional<QUrl> iconURL(const QString& text) const;
 
 Q_SIGNALS:
     void signedInChanged();
