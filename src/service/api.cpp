@@ -45,7 +45,9 @@ QString transportText(const QNetworkReply& reply)
 
 const char* const API::builtInAddress = "https://brightloom.app/";
 
-API::API(QObject* parent) : QObject(parent), m_network(new QNetworkAccessManager(this))
+API::API(QObject* parent)
+    : QObject(parent), m_network(new QNetworkAccessManager(this)),
+      m_downloads(new QNetworkAccessManager(this))
 {
     applyExtraTrust();
     m_base = chooseBase(qEnvironmentVariable("BRIGHTLOOM_URL"));

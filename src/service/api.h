@@ -87,6 +87,12 @@ public:
     QCoro::Task<GithubPushResult> githubPush(QString projectId);
     QCoro::Task<WorkerStatus> workerStatus();
 
+    // Saves a disk image into the service's folder of Downloads under `name`, numbered when taken;
+    // answers its path.
+    QCoro::Task<QString> downloadDmg(QString from, QString name);
+    // Fetches an app archive, unpacks it into a fresh folder of Downloads and answers the app's path.
+    QCoro::Task<QString> downloadApp(QString from);
+
     // An icon's address: absolute when the text starts with "http", else resolved against the base.
     std::optional<QUrl> iconURL(const QString& text) const;
 
@@ -102,7 +108,10 @@ private:
     void setProjects(QList<Project> value);
 
     QUrl m_base;
+    QString serviceDownloadsFolder() const;
+
     QNetworkAccessManager* m_network;
+    QNetworkAccessManager* m_downloads; // file downloads: no service cookies, no Origin
     SignInPage* m_signInPage = nullptr;
     std::chrono::milliseconds m_timeout = std::chrono::seconds(60);
     bool m_signedIn = false;

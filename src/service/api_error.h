@@ -24,4 +24,11 @@ public:
     explicit TransportError(const QString& text) : std::runtime_error(text.toStdString()) {}
 };
 
+// The file system refused something the client needed (a folder, a move, a write).
+class FileError : public std::runtime_error
+{
+public:
+    explicit FileError(const QString& text) : std::runtime_error(text.toStdString()) {}
+};
+
 } // namespace brightloom

@@ -1,0 +1,121 @@
+// Downloads of finished apps and disk images into the Downloads folder.
+
+#include "api.h"
+#include "api_error.h"
+#include "app/paths.h"
+#include "file_download.h"
+#include "localbuild/zip_extraction.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QUuid>
+#include <QtConcurrent/QtConcurrentRun>
+#include <qcoro/qcorofuture.h>
+
+namespace brightloom {
+namespace {
+
+// App bundles can be far larger than source archives (models, media), so the limits are wider.
+constexpr zip::Limits appArchiveLimits{200'000, std::int64_t(32) << 30};
+
+QUrl downloadAddress(const QString& text)
+{
+    const QUrl url(text, QUrl::StrictMode);
+    const QString scheme = url.scheme();
+    if (!url.isValid() || url.host().isEmpty() ||
+        (scheme != QLatin1String("https") && scheme != QLatin1String("http")))
+        throw APIError(QStringLiteral("Bad download URL"));
+    return url;
+}
+
+void makeFolder(const QString& path)
+{
+    if (!QDir().mkpath(path))
+        throw FileError(QStringLiteral("Could not create the folder %1.").arg(path));
+}
+
+// Moves `from` to folder/base.dmg, or folder/base N.dmg for the first N from 2 not taken yet.
+// Runs on the thread pool: a move across file systems copies the whole image.
+QString moveToFreeName(const QString& from, const QString& folder, const QString& base)
+{
+    QString destination = folder + QLatin1Char('/') + base + QStringLiteral(".dmg");
+    for (int n = 2; QFileInfo::exists(destination) || QFileInfo(destination).isSymLink(); ++n)
+        destination =
+            folder + QLatin1Char('/') + base + QLatin1Char(' ') + QString::number(n) + QStringLiteral(".dmg");
+    if (!QFile::rename(from, destination))
+        return {};
+    return destination;
+}
+
+QFuture<QString> startMoving(QString from, QString folder, QString base)
+{
+    return QtConcurrent::run([from = std::move(from), folder = std::move(folder), base = std::move(base)] {
+        return moveToFreeName(from, folder, base);
+    });
+}
+
+QFuture<bool> startRenaming(QString from, QString to)
+{
+    return QtConcurrent::run(
+        [from = std::move(from), to = std::move(to)] { return QFile::rename(from, to); });
+}
+
+// The first entry, in name order, whose extension is "app".
+QString firstApp(const QString& folder)
+{
+    const QFileInfoList entries = QDir(folder).entryInfoList(
+        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Name);
+    for (const QFileInfo& entry : entries) {
+        if (entry.suffix() == QLatin1String("app"))
+            return entry.absoluteFilePath();
+    }
+    return {};
+}
+
+} // namespace
+
+QString API::serviceDownloadsFolder() const
+{
+    return paths::downloadsFolder() + QLatin1Char('/') + m_base.host();
+}
+
+QCoro::Task<QString> API::downloadDmg(QString from, QString name)
+{
+    const QUrl url = downloadAddress(from);
+    FetchedFile fetched = co_await fetchToFile(*m_downloads, url);
+    if (fetched.status >= 400)
+        throw APIError(QStringLiteral("The download failed (") + QString::number(fetched.status) +
+                       QStringLiteral(")."));
+    const QString folder = serviceDownloadsFolder();
+    makeFolder(folder);
+    QString base = name;
+    base.replace(QLatin1Char('/'), QLatin1Char('-'));
+    const QString saved = co_await startMoving(fetched.file->fileName(), folder, base);
+    if (saved.isEmpty())
+        throw FileError(QStringLiteral("Could not save the disk image in %1.").arg(folder));
+    fetched.file->setAutoRemove(false);
+    co_return saved;
+}
+
+QCoro::Task<QString> API::downloadApp(QString from)
+{
+    const QUrl url = downloadAddress(from);
+    // The status is not examined: an error page simply fails to unpack.
+    FetchedFile fetched = co_await fetchToFile(*m_downloads, url);
+    const QString folder = serviceDownloadsFolder() + QLatin1Char('/') +
+                           QUuid::createUuid().toString(QUuid::WithoutBraces).left(8).toUpper();
+    makeFolder(folder);
+    const QString archive = folder + QStringLiteral("/app.zip");
+    if (!co_await startRenaming(fetched.file->fileName(), archive))
+        throw FileError(QStringLiteral("Could not save the app archive in %1.").arg(folder));
+    fetched.file->setAutoRemove(false);
+    const zip::Result unpacked = co_await zip::extractInBackground(archive, folder, appArchiveLimits);
+    QFile::remove(archive);
+    const QString app = unpacked.ok ? firstApp(folder) : QString();
+    if (app.isEmpty())
+        throw APIError(QStringLiteral("Could not unpack the downloaded app"));
+    co_return app;
+}
+
+} // namespace brightloom

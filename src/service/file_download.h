@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QTemporaryFile>
+#include <QUrl>
+#include <memory>
+#include <qcoro/qcorotask.h>
+
+class QNetworkAccessManager;
+
+namespace brightloom {
+
+struct FetchedFile
+{
+    std::unique_ptr<QTemporaryFile> file; // closed, removed with this object unless told otherwise
+    int status = 0;                       // the HTTP status, 0 when the address was not HTTP
+};
+
+// Streams the body at `url` into a temporary file; memory stays flat whatever the size. Throws
+// TransportError when the transfer fails; any HTTP status is answered, not thrown.
+QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url);
+
+} // namespace brightloom
