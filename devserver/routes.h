@@ -1,0 +1,23 @@
+#pragma once
+
+// The service's endpoints, one function per area, each adding its routes to the server.
+
+#include <QHttpServerResponse>
+#include <QJsonObject>
+
+namespace brightloom::devserver {
+
+class DevServer;
+struct User;
+
+void addAuthRoutes(DevServer& server);
+void addNativeSignInRoutes(DevServer& server);
+void addProjectRoutes(DevServer& server);
+
+// {"id","name","email"}, as every auth answer shows the account.
+QJsonObject userJson(const User& user);
+
+// 200 {"user":{...}} with the cookie of a session made for `user` just now.
+QHttpServerResponse signedInResponse(DevServer& server, const User& user);
+
+} // namespace brightloom::devserver
