@@ -48,4 +48,20 @@ QString Arguments::required(const QString& name) const
     throw UsageError(QStringLiteral("missing --") + name);
 }
 
+namespace {
+QSet<QString> names(std::initializer_list<const char*> list)
+{
+    QSet<QString> set;
+    for (const char* name : list)
+        set.insert(QString::fromLatin1(name));
+    return set;
+}
+} // namespace
+
+Arguments parse(const QStringList& words, std::initializer_list<const char*> valued,
+                std::initializer_list<const char*> flags)
+{
+    return Arguments(words, names(valued), names(flags));
+}
+
 } // namespace brightloom::cli

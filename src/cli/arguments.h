@@ -4,6 +4,7 @@
 #include <QSet>
 #include <QString>
 #include <QStringList>
+#include <initializer_list>
 #include <optional>
 #include <stdexcept>
 
@@ -33,5 +34,10 @@ private:
     QHash<QString, QString> m_options;
     QSet<QString> m_flags;
 };
+
+// Arguments of a command: `valued` names take a value, `flags` do not. Takes plain names so that
+// coroutine bodies can pass them as braced lists.
+Arguments parse(const QStringList& words, std::initializer_list<const char*> valued,
+                std::initializer_list<const char*> flags);
 
 } // namespace brightloom::cli

@@ -30,4 +30,16 @@ QCoro::Task<int> logout(API& api, QStringList words);
 QCoro::Task<int> session(API& api, QStringList words);
 QCoro::Task<int> projects(API& api, QStringList words);
 
+// Projects, the library, the gallery, GitHub and the build machines.
+QCoro::Task<int> newProject(API& api, QStringList words);
+QCoro::Task<int> show(API& api, QStringList words);
+QCoro::Task<int> sendMessage(API& api, QStringList words);
+QCoro::Task<int> download(API& api, QStringList words);
+QCoro::Task<int> library(API& api, QStringList words);
+QCoro::Task<int> fork(API& api, QStringList words);
+QCoro::Task<int> gallery(API& api, QStringList words);
+QCoro::Task<int> favorite(API& api, QStringList words);
+QCoro::Task<int> github(API& api, QStringList words);
+QCoro::Task<int> workerStatus(API& api, QStringList words);
+
 } // namespace brightloom::cli

@@ -17,6 +17,16 @@ const QList<CommandInfo>& commands()
         {"logout", &logout, "logout"},
         {"session", &session, "session"},
         {"projects", &projects, "projects [--json]"},
+        {"new", &newProject, "new \"PROMPT\" [--local] [--import-repo URL] [--import-ref REF]"},
+        {"show", &show, "show PROJECT [--json]"},
+        {"send", &sendMessage, "send PROJECT \"TEXT\""},
+        {"download", &download, "download PROJECT [--dmg|--zip]"},
+        {"library", &library, "library [PROJECT] [--json]"},
+        {"fork", &fork, "fork JOB"},
+        {"gallery", &gallery, "gallery [--favorites] [--json]"},
+        {"favorite", &favorite, "favorite SLUG on|off"},
+        {"github", &github, "github PROJECT [repos|link REPO|unlink|push] [--json]"},
+        {"worker-status", &workerStatus, "worker-status [--json]"},
     };
     return list;
 }

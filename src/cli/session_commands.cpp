@@ -6,24 +6,6 @@
 #include "terminal_sign_in_page.h"
 
 namespace brightloom::cli {
-namespace {
-
-QSet<QString> names(std::initializer_list<const char*> list)
-{
-    QSet<QString> set;
-    for (const char* name : list)
-        set.insert(QString::fromLatin1(name));
-    return set;
-}
-
-Arguments parse(const QStringList& words, std::initializer_list<const char*> valued,
-                std::initializer_list<const char*> flags)
-{
-    return Arguments(words, names(valued), names(flags));
-}
-
-} // namespace
-
 QCoro::Task<int> login(API& api, QStringList words)
 {
     const Arguments args = parse(words, {"email", "password"}, {"browser"});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "file_download.h"
 #include "record_codec.h"
 #include "records.h"
 
@@ -89,9 +90,9 @@ public:
 
     // Saves a disk image into the service's folder of Downloads under `name`, numbered when taken;
     // answers its path.
-    QCoro::Task<QString> downloadDmg(QString from, QString name);
+    QCoro::Task<QString> downloadDmg(QString from, QString name, DownloadProgress progress = {});
     // Fetches an app archive, unpacks it into a fresh folder of Downloads and answers the app's path.
-    QCoro::Task<QString> downloadApp(QString from);
+    QCoro::Task<QString> downloadApp(QString from, DownloadProgress progress = {});
 
     // An icon's address: absolute when the text starts with "http", else resolved against the base.
     std::optional<QUrl> iconURL(const QString& text) const;

@@ -80,10 +80,10 @@ QString API::serviceDownloadsFolder() const
     return paths::downloadsFolder() + QLatin1Char('/') + m_base.host();
 }
 
-QCoro::Task<QString> API::downloadDmg(QString from, QString name)
+QCoro::Task<QString> API::downloadDmg(QString from, QString name, DownloadProgress progress)
 {
     const QUrl url = downloadAddress(from);
-    FetchedFile fetched = co_await fetchToFile(*m_downloads, url);
+    FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress));
     if (fetched.status >= 400)
         throw APIError(QStringLiteral("The download failed (") + QString::number(fetched.status) +
                        QStringLiteral(")."));
@@ -98,11 +98,11 @@ QCoro::Task<QString> API::downloadDmg(QString from, QString name)
     co_return saved;
 }
 
-QCoro::Task<QString> API::downloadApp(QString from)
+QCoro::Task<QString> API::downloadApp(QString from, DownloadProgress progress)
 {
     const QUrl url = downloadAddress(from);
     // The status is not examined: an error page simply fails to unpack.
-    FetchedFile fetched = co_await fetchToFile(*m_downloads, url);
+    FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress));
     const QString folder = serviceDownloadsFolder() + QLatin1Char('/') +
                            QUuid::createUuid().toString(QUuid::WithoutBraces).left(8).toUpper();
     makeFolder(folder);

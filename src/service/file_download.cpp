@@ -30,7 +30,7 @@ void drain(QNetworkReply& reply, QTemporaryFile& file, QString& writeError)
 
 } // namespace
 
-QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url)
+QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url, DownloadProgress progress)
 {
     FetchedFile fetched;
     fetched.file =
@@ -48,6 +48,8 @@ QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url)
     QTemporaryFile* file = fetched.file.get();
     QObject::connect(raw, &QNetworkReply::readyRead, raw,
                      [raw, file, writeError] { drain(*raw, *file, *writeError); });
+    if (progress)
+        QObject::connect(raw, &QNetworkReply::downloadProgress, raw, progress);
     co_await raw;
     QObject::disconnect(raw, &QNetworkReply::readyRead, nullptr, nullptr);
     drain(*raw, *file, *writeError);

@@ -2,6 +2,7 @@
 
 #include <QTemporaryFile>
 #include <QUrl>
+#include <functional>
 #include <memory>
 #include <qcoro/qcorotask.h>
 
@@ -15,8 +16,12 @@ struct FetchedFile
     int status = 0;                       // the HTTP status, 0 when the address was not HTTP
 };
 
+// Told the bytes received so far and the total (-1 while unknown), on the main thread.
+using DownloadProgress = std::function<void(qint64 received, qint64 total)>;
+
 // Streams the body at `url` into a temporary file; memory stays flat whatever the size. Throws
 // TransportError when the transfer fails; any HTTP status is answered, not thrown.
-QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url);
+QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url,
+                                     DownloadProgress progress = {});
 
 } // namespace brightloom

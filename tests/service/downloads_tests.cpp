@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSignalSpy>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 using namespace brightloom;
@@ -263,4 +264,42 @@ TEST_F(DownloadTest, DmgDownloadsIgnoresASecondGetForABusyKey)
     ASSERT_TRUE(spinUntil([&] { return downloads.busy().isEmpty(); }));
     EXPECT_EQ(server.requestsTo(QStringLiteral("/files/slow.dmg")).size(), 2);
     EXPECT_EQ(filesUnder(hostFolder()), (QStringList{QStringLiteral("N 2.dmg"), QStringLiteral("N.dmg")}));
+}
+
+namespace {
+
+// The process's resident memory in kilobytes, from the kernel's own accounting.
+qint64 residentKb()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').value(0).toLongLong();
+    }
+    return -1;
+}
+
+} // namespace
+
+TEST_F(DownloadTest, LargeDiskImageStreamsToDiskWithoutGrowingMemory)
+{
+    constexpr qint64 size = 256 << 20;
+    ScriptedReply big;
+    big.contentType = "application/octet-stream";
+    big.streamedSize = size;
+    server.on(QStringLiteral("GET /files/big.dmg"), big);
+    API api;
+    const qint64 before = residentKb();
+    qint64 peak = before;
+    QTimer sampler;
+    QObject::connect(&sampler, &QTimer::timeout, &sampler, [&peak] { peak = std::max(peak, residentKb()); });
+    sampler.start(5);
+    const auto path =
+        run(api.downloadDmg(url("files/big.dmg"), QStringLiteral("Big")), std::chrono::seconds(120));
+    sampler.stop();
+    ASSERT_TRUE(path.ok()) << path.errorText().toStdString();
+    EXPECT_EQ(QFileInfo(*path.value).size(), size);
+    EXPECT_LT(peak - before, 48 * 1024) << "resident memory grew by " << (peak - before) << " kB";
 }

@@ -167,10 +167,16 @@ void RecordingServer::respond(QTcpSocket* socket, const ScriptedReply& reply)
 {
     QByteArray head = "HTTP/1.1 " + QByteArray::number(reply.status) + " Scripted\r\n";
     head += "Content-Type: " + reply.contentType + "\r\n";
-    head += "Content-Length: " + QByteArray::number(reply.body.size()) + "\r\n";
+    const qint64 length = reply.streamedSize > 0 ? reply.streamedSize : reply.body.size();
+    head += "Content-Length: " + QByteArray::number(length) + "\r\n";
     for (const auto& [name, value] : reply.headers)
         head += name + ": " + value + "\r\n";
     head += "\r\n";
+    if (reply.streamedSize > 0) {
+        socket->write(head);
+        stream(socket, reply.streamedSize);
+        return;
+    }
     if (reply.cutShort) {
         socket->write(head + reply.body.left(reply.body.size() / 2));
         socket->flush();
@@ -178,6 +184,28 @@ void RecordingServer::respond(QTcpSocket* socket, const ScriptedReply& reply)
         return;
     }
     socket->write(head + reply.body);
+}
+
+// Writes `size` bytes of a repeating pattern, a chunk at a time whenever the socket has drained, so
+// the server never holds more than a few chunks however large the reply.
+void RecordingServer::stream(QTcpSocket* socket, qint64 size)
+{
+    static const QByteArray chunk = [] {
+        QByteArray c(256 * 1024, Qt::Uninitialized);
+        for (qsizetype i = 0; i < c.size(); ++i)
+            c[i] = char('a' + i % 26);
+        return c;
+    }();
+    auto remaining = std::make_shared<qint64>(size);
+    auto feed = [socket, remaining] {
+        while (*remaining > 0 && socket->bytesToWrite() < 4 * chunk.size()) {
+            const qint64 n = std::min<qint64>(*remaining, chunk.size());
+            socket->write(chunk.constData(), n);
+            *remaining -= n;
+        }
+    };
+    connect(socket, &QTcpSocket::bytesWritten, socket, feed);
+    feed();
 }
 
 const TestCertificate& TestCertificate::shared()

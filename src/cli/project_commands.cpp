@@ -1,0 +1,101 @@
+// Commands about projects: create, show, send, download.
+
+#include "arguments.h"
+#include "commands.h"
+#include "console.h"
+#include "download_progress.h"
+#include "service/api.h"
+#include "service/api_error.h"
+
+namespace brightloom::cli {
+namespace {
+
+QString jobLine(const Job& job)
+{
+    QStringList fields{job.id, job.status};
+    fields.append(job.stage.value_or(QString()));
+    fields.append(job.mode.value_or(QString()));
+    fields.append(job.appName.value_or(QString()));
+    fields.append(job.version.value_or(QString()));
+    if (job.error)
+        fields.append(*job.error);
+    return QStringLiteral("job\t") + fields.join(QLatin1Char('\t'));
+}
+
+// The disk image's name as the conversation screen gives it: app name (or project name) and version.
+QString imageName(const Job& job, const Project& project)
+{
+    return QString(job.appName.value_or(project.name) + QLatin1Char(' ') + job.version.value_or(QString()))
+        .trimmed();
+}
+
+} // namespace
+
+QCoro::Task<int> newProject(API& api, QStringList words)
+{
+    const Arguments args = parse(words, {"import-repo", "import-ref"}, {"local"});
+    const QString prompt = args.positional(0, "prompt");
+    const QString id = co_await api.createProject(prompt, args.flag(QStringLiteral("local")),
+                                                  args.option(QStringLiteral("import-repo")),
+                                                  args.option(QStringLiteral("import-ref")));
+    out(id);
+    co_return 0;
+}
+
+QCoro::Task<int> show(API& api, QStringList words)
+{
+    const Arguments args = parse(words, {}, {"json"});
+    const ProjectDetail detail = co_await api.detail(args.positional(0, "project id"));
+    if (args.flag(QStringLiteral("json"))) {
+        out(QString::fromUtf8(encodeRecord(detail)));
+        co_return 0;
+    }
+    out(QStringLiteral("project\t") + detail.project.id + QLatin1Char('\t') + detail.project.name +
+        (detail.project.unsafe.value_or(false) ? QStringLiteral("\tunsafe") : QString()));
+    for (const Message& message : detail.messages)
+        out(message.role + QStringLiteral(": ") + message.content);
+    for (const Job& job : detail.jobs)
+        out(jobLine(job));
+    co_return 0;
+}
+
+QCoro::Task<int> sendMessage(API& api, QStringList words)
+{
+    const Arguments args = parse(words, {}, {});
+    co_await api.send(args.positional(1, "text"), args.positional(0, "project id"), false);
+    co_return 0;
+}
+
+QCoro::Task<int> download(API& api, QStringList words)
+{
+    const Arguments args = parse(words, {}, {"dmg", "zip"});
+    const ProjectDetail detail = co_await api.detail(args.positional(0, "project id"));
+    const Job* ready = nullptr;
+    for (const Job& job : detail.jobs) {
+        if (job.status == QLatin1String("ready")) {
+            ready = &job;
+            break;
+        }
+    }
+    if (!ready)
+        throw APIError(QStringLiteral("This project has no ready build yet."));
+    const Job job = *ready;
+    const bool wantZip =
+        args.flag(QStringLiteral("zip")) || (!args.flag(QStringLiteral("dmg")) && !job.dmgUrl);
+    DownloadProgress progress;
+    QString saved;
+    if (wantZip) {
+        if (!job.downloadUrl)
+            throw APIError(QStringLiteral("This build has no app archive."));
+        saved = co_await api.downloadApp(*job.downloadUrl, progress.observer());
+    } else {
+        if (!job.dmgUrl)
+            throw APIError(QStringLiteral("This build has no disk image."));
+        saved = co_await api.downloadDmg(*job.dmgUrl, imageName(job, detail.project), progress.observer());
+    }
+    progress.finish();
+    out(saved);
+    co_return 0;
+}
+
+} // namespace brightloom::cli
