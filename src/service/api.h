@@ -94,6 +94,9 @@ public:
     // Fetches an app archive, unpacks it into a fresh folder of Downloads and answers the app's path.
     QCoro::Task<QString> downloadApp(QString from, DownloadProgress progress = {});
 
+    // The session file downloads go through (no service cookies, extra trust applied).
+    QNetworkAccessManager& downloadSession() const { return *m_downloads; }
+
     // An icon's address: absolute when the text starts with "http", else resolved against the base.
     std::optional<QUrl> iconURL(const QString& text) const;
 
