@@ -1,8 +1,10 @@
 #include "dev_server.h"
 
+#include "gallery_seed.h"
 #include "http_util.h"
 #include "routes.h"
 
+#include <QDir>
 #include <QHostAddress>
 #include <QMetaEnum>
 #include <cstdio>
@@ -57,8 +59,11 @@ void logLine(const QByteArray& line)
 
 DevServer::DevServer(const Options& options, Store& store, std::optional<QSslConfiguration> tls,
                      QObject* parent)
-    : QObject(parent), m_options(options), m_store(store), m_tls(std::move(tls))
+    : QObject(parent), m_options(options), m_store(store), m_tls(std::move(tls)),
+      m_clock(store, QDir(options.dataFolder).filePath(QStringLiteral("files")),
+              std::chrono::milliseconds(qint64(options.speedSeconds * 1000)))
 {
+    seedGallery(m_store);
     // No rule is ever registered with QHttpServer itself, so every request arrives here.
     m_http.setMissingHandler([this](const QHttpServerRequest& request, QHttpServerResponder&& responder) {
         dispatch(request, std::move(responder));
@@ -66,6 +71,13 @@ DevServer::DevServer(const Options& options, Store& store, std::optional<QSslCon
     addAuthRoutes(*this);
     addNativeSignInRoutes(*this);
     addProjectRoutes(*this);
+    addLibraryRoutes(*this);
+    addGalleryRoutes(*this);
+    addGithubRoutes(*this);
+    addFileRoutes(*this);
+    addWorkerRoutes(*this);
+    if (m_options.control)
+        addControlRoutes(*this);
 }
 
 QUrl DevServer::listen(QString* error)
@@ -78,9 +90,21 @@ QUrl DevServer::listen(QString* error)
         *error = QStringLiteral("cannot listen on 127.0.0.1 port %1").arg(m_options.port);
         return {};
     }
-    return QUrl(QStringLiteral("%1://127.0.0.1:%2/")
-                    .arg(m_tls ? QStringLiteral("https") : QStringLiteral("http"))
-                    .arg(port));
+    m_base = QUrl(QStringLiteral("%1://127.0.0.1:%2/")
+                      .arg(m_tls ? QStringLiteral("https") : QStringLiteral("http"))
+                      .arg(port));
+    return m_base;
+}
+
+QString DevServer::address(const QString& path) const
+{
+    return m_base.toString() + path;
+}
+
+void DevServer::addFileRoute(const QString& pattern, FileHandler handler)
+{
+    m_routes.append(Route{Method::Get, pattern.split(QLatin1Char('/'), Qt::SkipEmptyParts), Handler(),
+                          std::move(handler)});
 }
 
 void DevServer::addRoute(Method method, const QString& pattern, Handler handler)
@@ -106,16 +130,42 @@ Session DevServer::requireSession(const QHttpServerRequest& request)
 
 void DevServer::dispatch(const QHttpServerRequest& request, QHttpServerResponder&& responder)
 {
-    QHttpServerResponse response = answer(request);
+    const QByteArray method = methodName(request.method());
+    const QStringList path = pathSegments(request.url().path(QUrl::FullyEncoded).toUtf8());
+    // The control interface itself is never broken, or a test could not undo what it asked for.
+    std::optional<Fault> fault;
+    if (path.value(0) != QLatin1String("control"))
+        fault = m_faults.take(method, path);
     // The path only: queries and headers may carry tokens, and bodies carry passwords.
-    logLine(methodName(request.method()) + ' ' + request.url().path(QUrl::FullyEncoded).toUtf8() + ' ' +
-            QByteArray::number(int(response.statusCode())));
-    response.write(std::move(responder));
+    const QByteArray logged = method + ' ' + request.url().path(QUrl::FullyEncoded).toUtf8();
+
+    if (fault && fault->status != 0) {
+        QHttpServerResponse response(fault->contentType, fault->body, StatusCode(fault->status));
+        logLine(logged + ' ' + QByteArray::number(fault->status) + " (injected)");
+        if (fault->truncate)
+            writeTruncated(response, std::move(responder));
+        else
+            writeLater(std::move(response), std::move(responder), fault->delayMs);
+        return;
+    }
+    Answer reply = answer(request, path);
+    const bool truncate = fault && fault->truncate;
+    const int delayMs = fault ? fault->delayMs : 0;
+    if (reply.file) {
+        logLine(logged + " 200" + (fault ? " (injected)" : ""));
+        streamFile(*reply.file, std::move(responder), truncate, delayMs);
+        return;
+    }
+    logLine(logged + ' ' + QByteArray::number(int(reply.response->statusCode())) +
+            (fault ? " (injected)" : ""));
+    if (truncate)
+        writeTruncated(*reply.response, std::move(responder));
+    else
+        writeLater(std::move(*reply.response), std::move(responder), delayMs);
 }
 
-QHttpServerResponse DevServer::answer(const QHttpServerRequest& request)
+DevServer::Answer DevServer::answer(const QHttpServerRequest& request, const QStringList& path)
 {
-    const QStringList path = pathSegments(request.url().path(QUrl::FullyEncoded).toUtf8());
     QByteArrayList allowed;
     for (const Route& route : std::as_const(m_routes)) {
         QHash<QString, QString> params;
@@ -125,21 +175,29 @@ QHttpServerResponse DevServer::answer(const QHttpServerRequest& request)
             allowed.append(methodName(route.method));
             continue;
         }
+        Answer reply;
         try {
-            return route.handler(*this, Request{request, params});
+            if (route.fileHandler)
+                reply.file = route.fileHandler(*this, Request{request, params});
+            else
+                reply.response.emplace(route.handler(*this, Request{request, params}));
         } catch (const HttpError& error) {
-            return errorResponse(error.status, error.message);
+            reply.response.emplace(errorResponse(error.status, error.message));
         } catch (const std::exception& error) {
             logLine(QByteArrayLiteral("error: ") + error.what());
-            return errorResponse(StatusCode::InternalServerError, QStringLiteral("Internal server error"));
+            reply.response.emplace(
+                errorResponse(StatusCode::InternalServerError, QStringLiteral("Internal server error")));
         }
+        return reply;
     }
-    if (allowed.isEmpty())
-        return errorResponse(StatusCode::NotFound, QStringLiteral("Not found"));
-    QHttpServerResponse response =
-        errorResponse(StatusCode::MethodNotAllowed, QStringLiteral("Method not allowed"));
-    response.addHeader(QByteArrayLiteral("Allow"), allowed.join(", "));
-    return response;
+    Answer reply;
+    if (allowed.isEmpty()) {
+        reply.response.emplace(errorResponse(StatusCode::NotFound, QStringLiteral("Not found")));
+        return reply;
+    }
+    reply.response.emplace(errorResponse(StatusCode::MethodNotAllowed, QStringLiteral("Method not allowed")));
+    reply.response->addHeader(QByteArrayLiteral("Allow"), allowed.join(", "));
+    return reply;
 }
 
 } // namespace brightloom::devserver

@@ -2,10 +2,13 @@
 
 // The HTTP side of the service: one QHttpServer on 127.0.0.1 whose requests all pass through a
 // small router of our own. Going through one place lets the service tell an unknown path (404)
-// from a wrong method (405), log every request, and turn handler failures into JSON errors; the
-// fault injection planned for the control interface will hook in there too.
+// from a wrong method (405), log every request, turn handler failures into JSON errors, and apply
+// the faults that tests line up through the control interface.
 
+#include "fault_injector.h"
+#include "job_clock.h"
 #include "options.h"
+#include "reply_delivery.h"
 #include "store.h"
 
 #include <QHash>
@@ -39,6 +42,8 @@ class DevServer final : public QObject
 public:
     using Method = QHttpServerRequest::Method;
     using Handler = std::function<QHttpServerResponse(DevServer&, const Request&)>;
+    // For downloads: names the file to stream, or throws HttpError.
+    using FileHandler = std::function<FileReply(DevServer&, const Request&)>;
 
     // Without `tls` the server speaks plain HTTP. Every route of the service is added here.
     DevServer(const Options& options, Store& store, std::optional<QSslConfiguration> tls,
@@ -50,8 +55,13 @@ public:
 
     // `pattern` is relative to the base address; a segment written "{name}" matches any one segment.
     void addRoute(Method method, const QString& pattern, Handler handler);
+    void addFileRoute(const QString& pattern, FileHandler handler); // GET
 
     Store& store() { return m_store; }
+    JobClock& clock() { return m_clock; }
+    FaultInjector& faults() { return m_faults; }
+    // `path` (no leading slash) as an absolute address on this server.
+    QString address(const QString& path) const;
     const Options& options() const { return m_options; }
     bool secure() const { return m_tls.has_value(); }
 
@@ -67,16 +77,27 @@ private:
         Method method;
         QStringList segments;
         Handler handler;
+        FileHandler fileHandler;
+    };
+
+    // What a route produced: a response, or a file to stream.
+    struct Answer
+    {
+        std::optional<QHttpServerResponse> response;
+        std::optional<FileReply> file;
     };
 
     void dispatch(const QHttpServerRequest& request, QHttpServerResponder&& responder);
-    QHttpServerResponse answer(const QHttpServerRequest& request);
+    Answer answer(const QHttpServerRequest& request, const QStringList& path);
 
     Options m_options;
     Store& m_store;
     std::optional<QSslConfiguration> m_tls;
     QHttpServer m_http;
     QList<Route> m_routes;
+    JobClock m_clock;
+    FaultInjector m_faults;
+    QUrl m_base;
 };
 
 } // namespace brightloom::devserver

@@ -41,7 +41,7 @@ QString parseArguments(const QCoreApplication& app, Options* options)
                                   QStringLiteral("Serve plain HTTP instead of HTTPS."));
     const QCommandLineOption speed(QStringLiteral("speed"),
                                    QStringLiteral("Length of one simulated step of work, in seconds."),
-                                   QStringLiteral("SECONDS"), QStringLiteral("1"));
+                                   QStringLiteral("SECONDS"), QStringLiteral("2"));
     const QCommandLineOption control(QStringLiteral("control"),
                                      QStringLiteral("Offer the loopback-only control interface."));
     parser.addOptions({data, port, http, speed, control});
@@ -58,7 +58,8 @@ QString parseArguments(const QCoreApplication& app, Options* options)
     options->port = quint16(portNumber);
     options->plainHttp = parser.isSet(http);
     options->speedSeconds = parser.value(speed).toDouble(&ok);
-    if (!ok || options->speedSeconds <= 0)
+    // A day at most: longer would overflow the timer, and tests that step by hand use a long one.
+    if (!ok || options->speedSeconds <= 0 || options->speedSeconds > 86400)
         return QStringLiteral("--speed wants a positive number of seconds, not \"%1\"")
             .arg(parser.value(speed));
     options->control = parser.isSet(control);

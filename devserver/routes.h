@@ -13,6 +13,12 @@ struct User;
 void addAuthRoutes(DevServer& server);
 void addNativeSignInRoutes(DevServer& server);
 void addProjectRoutes(DevServer& server);
+void addLibraryRoutes(DevServer& server);
+void addGalleryRoutes(DevServer& server);
+void addGithubRoutes(DevServer& server);
+void addFileRoutes(DevServer& server);
+void addWorkerRoutes(DevServer& server);
+void addControlRoutes(DevServer& server);
 
 // {"id","name","email"}, as every auth answer shows the account.
 QJsonObject userJson(const User& user);

@@ -183,32 +183,4 @@ std::optional<QString> Store::redeemOneTimeToken(const QString& token)
     return userId;
 }
 
-QList<Project> Store::projects(const QString& userId)
-{
-    QSqlQuery query =
-        run(QStringLiteral("SELECT id, name, unsafe, created_at FROM projects WHERE user_id = ? "
-                           "ORDER BY created_at DESC, ordering DESC"),
-            {userId});
-    QList<Project> projects;
-    while (query.next()) {
-        Project project{query.value(0).toString(), query.value(1).toString(), std::nullopt,
-                        fromMs(query.value(3).toLongLong())};
-        if (!query.value(2).isNull())
-            project.unsafe = query.value(2).toBool();
-        projects.append(project);
-    }
-    return projects;
-}
-
-Project Store::createProject(const QString& userId, const QString& name, std::optional<bool> unsafe)
-{
-    const Project project{newId(), name, unsafe, fromMs(nowMs())};
-    // Projects made within the same millisecond still list in the order they were made.
-    run(QStringLiteral("INSERT INTO projects (id, user_id, name, unsafe, created_at, ordering) "
-                       "VALUES (?, ?, ?, ?, ?, (SELECT COALESCE(MAX(ordering), 0) + 1 FROM projects))"),
-        {project.id, userId, project.name, unsafe ? QVariant(*unsafe) : QVariant(QMetaType::fromType<bool>()),
-         project.createdAt.toMSecsSinceEpoch()});
-    return project;
-}
-
 } // namespace brightloom::devserver

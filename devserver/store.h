@@ -8,6 +8,7 @@
 #include <QList>
 #include <QSqlQuery>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 #include <chrono>
 #include <functional>
@@ -44,6 +45,70 @@ struct Project
     QString name;
     std::optional<bool> unsafe; // absent until the service has an opinion about it
     QDateTime createdAt;        // UTC
+    QString userId;
+    QString mode; // "source" when this Mac compiles; empty when the service builds
+    bool templatePublic = false;
+    QString forkedFrom; // the job a fork was started from; empty for a project of its own
+    QString importRepo;
+    QString importRef;
+    QString githubRepo;        // empty while not linked
+    QString githubJob;         // the job last pushed there
+    qint64 githubSyncedAt = 0; // ms since the epoch, 0 before the first push
+};
+
+// What a new project starts with; everything else is filled in by the store.
+struct NewProject
+{
+    QString name;
+    std::optional<bool> unsafe;
+    QString mode;
+    QString forkedFrom;
+    QString importRepo;
+    QString importRef;
+    bool templatePublic = false;
+};
+
+struct Message
+{
+    QString id;
+    QString role;
+    QString content;
+};
+
+// A build job. `step` counts the clock's steps since the job was made; status and stage follow it.
+struct Job
+{
+    QString id;
+    QString projectId;
+    qint64 createdAt = 0; // ms since the epoch
+    QString mode;         // "source", "source-fix" or empty for a build made by the service
+    QString prompt;
+    QString status;
+    int step = 0;
+    QString stage;
+    QString appName;
+    QString version;
+    QString summary;
+    QString error;
+    bool hasSource = true;
+    QString fileKey;     // the unguessable folder its files are served from
+    QString sourceFault; // how the source archive is to be broken, for tests
+    QString failWith;    // when set, the job fails with this text instead of finishing
+    QString copiedFrom;  // the job whose result a fork's first job carries
+};
+
+struct GalleryEntry
+{
+    QString slug;
+    QString name;
+    QString tagline;
+    QString blurb;
+    QString category;
+    bool starred = false;
+    bool ai = false;
+    qint64 views = 0;
+    qint64 favorites = 0; // before this service's own users are counted
+    QString templateJob;
 };
 
 constexpr std::chrono::seconds sessionLifetime{30 * 24 * 60 * 60};
@@ -81,6 +146,38 @@ public:
 
     QList<Project> projects(const QString& userId); // newest first
     Project createProject(const QString& userId, const QString& name, std::optional<bool> unsafe = {});
+    Project createProject(const QString& userId, const NewProject& spec);
+    std::optional<Project> project(const QString& id);
+    QList<Project> forksOf(const QString& jobId); // oldest first
+    void setTemplatePublic(const QString& projectId, bool templatePublic);
+    void setProjectName(const QString& projectId, const QString& name);
+    void setGithubLink(const QString& projectId, const QString& repo); // empty unlinks
+    void setGithubPushed(const QString& projectId, const QString& jobId);
+
+    Message addMessage(const QString& projectId, const QString& role, const QString& content);
+    QList<Message> messages(const QString& projectId); // oldest first
+
+    Job createJob(Job spec); // fills in id, file key and creation time
+    void saveJob(const Job& job);
+    std::optional<Job> job(const QString& id);
+    std::optional<Job> jobByFileKey(const QString& fileKey);
+    QList<Job> jobs(const QString& projectId); // newest first
+    QList<Job> activeJobs();                   // queued or building, oldest first
+    int readyJobCount(const QString& projectId);
+
+    QStringList favoriteSlugs(const QString& userId);
+    void setFavorite(const QString& userId, const QString& slug, bool favorite);
+    qint64 favoriteCount(const QString& slug); // by this service's users
+
+    void addGalleryApp(const GalleryEntry& app);
+    QList<GalleryEntry> galleryApps();
+    std::optional<GalleryEntry> galleryApp(const QString& slug);
+
+    std::optional<QString> githubLogin(const QString& userId);
+    void connectGithub(const QString& userId, const QString& login);
+
+    std::optional<QString> meta(const QString& key);
+    void setMeta(const QString& key, const QString& value);
 
 private:
     QSqlDatabase database() const;
@@ -89,6 +186,8 @@ private:
     int schemaVersion();
     void migrate();
     void seedOnce();
+    Job jobFrom(const QSqlQuery& query);
+    Project projectFrom(const QSqlQuery& query);
 
     QString m_connection;
 };

@@ -42,6 +42,65 @@ QList<QStringList> migrations()
         // Facts about the data folder itself, such as whether the demo account was ever added.
         QStringLiteral("CREATE TABLE meta (key TEXT PRIMARY KEY, value TEXT NOT NULL)"),
     });
+    // Version 2: conversations, jobs, forks, the gallery, favorites and GitHub links.
+    steps.append(QStringList{
+        QStringLiteral("ALTER TABLE projects ADD COLUMN mode TEXT"),
+        QStringLiteral("ALTER TABLE projects ADD COLUMN template_public INTEGER NOT NULL DEFAULT 0"),
+        QStringLiteral("ALTER TABLE projects ADD COLUMN forked_from TEXT"),
+        QStringLiteral("ALTER TABLE projects ADD COLUMN import_repo TEXT"),
+        QStringLiteral("ALTER TABLE projects ADD COLUMN import_ref TEXT"),
+        QStringLiteral("ALTER TABLE projects ADD COLUMN github_repo TEXT"),
+        QStringLiteral("ALTER TABLE projects ADD COLUMN github_job TEXT"),
+        QStringLiteral("ALTER TABLE projects ADD COLUMN github_synced_at INTEGER"),
+        QStringLiteral("CREATE INDEX projects_by_origin ON projects (forked_from)"),
+        QStringLiteral("CREATE TABLE messages ("
+                       " id TEXT PRIMARY KEY,"
+                       " project_id TEXT NOT NULL REFERENCES projects(id) ON DELETE CASCADE,"
+                       " role TEXT NOT NULL,"
+                       " content TEXT NOT NULL,"
+                       " ordering INTEGER NOT NULL)"),
+        QStringLiteral("CREATE INDEX messages_by_project ON messages (project_id, ordering)"),
+        QStringLiteral("CREATE TABLE jobs ("
+                       " id TEXT PRIMARY KEY,"
+                       " project_id TEXT NOT NULL REFERENCES projects(id) ON DELETE CASCADE,"
+                       " ordering INTEGER NOT NULL,"
+                       " created_at INTEGER NOT NULL,"
+                       " mode TEXT NOT NULL DEFAULT '',"
+                       " prompt TEXT NOT NULL,"
+                       " status TEXT NOT NULL,"
+                       " step INTEGER NOT NULL DEFAULT 0,"
+                       " stage TEXT NOT NULL DEFAULT '',"
+                       " app_name TEXT NOT NULL DEFAULT '',"
+                       " version TEXT NOT NULL DEFAULT '',"
+                       " summary TEXT NOT NULL DEFAULT '',"
+                       " error TEXT NOT NULL DEFAULT '',"
+                       " has_source INTEGER NOT NULL DEFAULT 1,"
+                       " file_key TEXT NOT NULL UNIQUE,"
+                       " source_fault TEXT NOT NULL DEFAULT '',"
+                       " fail_with TEXT NOT NULL DEFAULT '',"
+                       " copied_from TEXT NOT NULL DEFAULT '')"),
+        QStringLiteral("CREATE INDEX jobs_by_project ON jobs (project_id, ordering)"),
+        QStringLiteral("CREATE INDEX jobs_by_status ON jobs (status)"),
+        QStringLiteral("CREATE TABLE favorites ("
+                       " user_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,"
+                       " slug TEXT NOT NULL,"
+                       " PRIMARY KEY (user_id, slug))"),
+        QStringLiteral("CREATE TABLE gallery_apps ("
+                       " slug TEXT PRIMARY KEY,"
+                       " ordering INTEGER NOT NULL,"
+                       " name TEXT NOT NULL,"
+                       " tagline TEXT NOT NULL,"
+                       " blurb TEXT NOT NULL,"
+                       " category TEXT NOT NULL,"
+                       " starred INTEGER NOT NULL,"
+                       " ai INTEGER NOT NULL,"
+                       " views INTEGER NOT NULL,"
+                       " favorites INTEGER NOT NULL,"
+                       " template_job TEXT NOT NULL DEFAULT '')"),
+        QStringLiteral("CREATE TABLE github_accounts ("
+                       " user_id TEXT PRIMARY KEY REFERENCES users(id) ON DELETE CASCADE,"
+                       " login TEXT NOT NULL)"),
+    });
     return steps;
 }
 
