@@ -1,0 +1,403 @@
+#include "process_runner.h"
+
+#include "child_launch.h"
+
+#include <QDir>
+#include <QFile>
+#include <QStringDecoder>
+#include <QThreadPool>
+#include <QtConcurrent/QtConcurrentRun>
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <qcoro/qcorofuture.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace brightloom::LocalBuild {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr qsizetype chunkSize = 1 << 20; // as much as the pipe holds
+// Once the child has exited, output still arriving comes from a process it left behind holding the
+// pipe; it is read while it keeps coming, but such a process cannot keep the run open.
+constexpr int leftoverQuietMs = 250;
+
+// Each waiting run holds one thread for the life of its child, so runs get a pool of their own and
+// never starve the shared one that unpacking and decoding use.
+QThreadPool& runnerPool()
+{
+    static QThreadPool* pool = [] {
+        auto* p = new QThreadPool;
+        p->setMaxThreadCount(256);
+        return p;
+    }();
+    return *pool;
+}
+
+class Descriptor
+{
+public:
+    explicit Descriptor(int fd = -1) : m_fd(fd) {}
+    ~Descriptor() { reset(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int get() const { return m_fd; }
+    void reset(int fd = -1)
+    {
+        if (m_fd >= 0)
+            ::close(m_fd);
+        m_fd = fd;
+    }
+
+private:
+    int m_fd;
+};
+
+// Moves a fresh descriptor to 3 or above, so it can never collide with the child's 0, 1 and 2.
+int aboveStandard(int fd)
+{
+    if (fd < 0 || fd > 2)
+        return fd;
+    const int moved = ::fcntl(fd, F_DUPFD_CLOEXEC, 3);
+    ::close(fd);
+    return moved;
+}
+
+// The child's whole environment: our own variables whose names wholly match keepEnv, then `extra`.
+QList<QByteArray> childEnvironment(const QMap<QString, QString>& extra)
+{
+    QMap<QByteArray, QByteArray> chosen;
+    for (char** entry = environ; entry && *entry; ++entry) {
+        const QByteArray line(*entry);
+        const qsizetype equals = line.indexOf('=');
+        if (equals <= 0)
+            continue;
+        QStringDecoder strict(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+        const QString name = strict(QByteArrayView(line).first(equals));
+        if (strict.hasError())
+            continue; // a name the pattern cannot be asked about
+        const QRegularExpressionMatch match = keepEnv().match(name);
+        if (match.hasMatch() && match.capturedStart() == 0 && match.capturedLength() == name.size())
+            chosen.insert(line.first(equals), line);
+    }
+    for (auto it = extra.cbegin(); it != extra.cend(); ++it) {
+        const QByteArray name = it.key().toUtf8();
+        if (name.isEmpty() || name.contains('=') || name.contains('\0'))
+            continue; // cannot be expressed as an environment entry
+        chosen.insert(name, name + '=' + it.value().toUtf8());
+    }
+    return chosen.values();
+}
+
+// Reads the pipe and decodes the stream as it arrives, so the whole output never sits in memory
+// twice. A multi-byte character cut by a chunk's end is kept back for the next read; only at the end
+// of the stream is an unfinished one replaced.
+class StreamText
+{
+public:
+    StreamText() : m_buffer(chunkSize, Qt::Uninitialized) {}
+
+    // One read(): the chunk it returned (which the observer sees as it stands), or an empty view
+    // with the read's result in `status` (0 at the end, -1 with errno).
+    QByteArrayView read(int fd, ssize_t& status)
+    {
+        char* base = m_buffer.data();
+        status = ::read(fd, base + m_carry, std::size_t(m_buffer.size() - m_carry));
+        if (status <= 0)
+            return {};
+        const QByteArrayView chunk(base + m_carry, status);
+        const qsizetype total = m_carry + status;
+        const qsizetype whole = completeLength(QByteArrayView(base, total));
+        decode(QByteArrayView(base, whole));
+        m_carry = total - whole;
+        std::memmove(base, base + whole, std::size_t(m_carry));
+        return chunk;
+    }
+
+    QString finish()
+    {
+        decode(QByteArrayView(m_buffer.constData(), m_carry));
+        m_carry = 0;
+        m_text.truncate(m_used);
+        m_text.squeeze();
+        return std::move(m_text);
+    }
+
+private:
+    // How much of `bytes` can be decoded now: all of it unless it ends inside a character that
+    // more bytes could still complete.
+    static qsizetype completeLength(QByteArrayView bytes)
+    {
+        const qsizetype n = bytes.size();
+        for (qsizetype back = 1; back <= std::min<qsizetype>(3, n); ++back) {
+            const auto byte = static_cast<unsigned char>(bytes[n - back]);
+            if ((byte & 0xC0) == 0x80)
+                continue; // a continuation byte: its lead is further back
+            int needs = 1;
+            if (byte >= 0xC2 && byte < 0xE0)
+                needs = 2;
+            else if (byte >= 0xE0 && byte < 0xF0)
+                needs = 3;
+            else if (byte >= 0xF0 && byte <= 0xF4)
+                needs = 4;
+            return needs > back ? n - back : n;
+        }
+        return n;
+    }
+
+    void decode(QByteArrayView bytes)
+    {
+        if (bytes.isEmpty())
+            return;
+        // Grows by doubling through realloc; the unused end is never touched, so it costs no memory.
+        if (m_text.size() < m_used + bytes.size())
+            m_text.resize(std::max<qsizetype>(m_used + bytes.size(), m_text.size() * 2));
+        QStringDecoder decoder(QStringDecoder::Utf8,
+                               QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+        QChar* start = m_text.data();
+        const QChar* end = decoder.appendToBuffer(start + m_used, bytes);
+        m_used = end - start;
+    }
+
+    QByteArray m_buffer;
+    qsizetype m_carry = 0;
+    QString m_text;
+    qsizetype m_used = 0;
+};
+
+// Hands a chunk to the observer when it is valid UTF-8 on its own.
+void observe(const OutputObserver& onOutput, QByteArrayView chunk)
+{
+    if (!onOutput)
+        return;
+    QStringDecoder strict(QStringDecoder::Utf8,
+                          QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+    const QString text = strict(chunk);
+    if (!strict.hasError())
+        onOutput(text);
+}
+
+int openPidfd(pid_t pid)
+{
+#ifdef SYS_pidfd_open
+    return int(::syscall(SYS_pidfd_open, pid, 0));
+#else
+    Q_UNUSED(pid);
+    return -1;
+#endif
+}
+
+struct Job
+{
+    QByteArray executable;
+    QList<QByteArray> arguments;
+    QList<QByteArray> environment;
+    std::optional<QByteArray> cwd;
+    double timeout = 0;
+    OutputObserver onOutput;
+};
+
+// The child as this run sees it: exit noticed through a pidfd where the kernel has them, else by
+// asking waitpid now and then.
+class Child
+{
+public:
+    explicit Child(pid_t pid) : m_pid(pid), m_pidfd(openPidfd(pid)) {}
+
+    // Whether it has ended; collects its status when it has.
+    bool ended()
+    {
+        if (m_status)
+            return true;
+        int status = 0;
+        const pid_t r = ::waitpid(m_pid, &status, WNOHANG);
+        if (r == m_pid)
+            m_status = status;
+        else if (r < 0 && errno != EINTR)
+            m_status = 0; // not ours to wait for any more
+        return m_status.has_value();
+    }
+
+    int waitFd() const { return m_pidfd.get(); }
+
+    void terminate() { ::kill(m_pid, SIGTERM); }
+
+    qint32 code()
+    {
+        while (!m_status) {
+            int status = 0;
+            const pid_t r = ::waitpid(m_pid, &status, 0);
+            if (r == m_pid)
+                m_status = status;
+            else if (r < 0 && errno != EINTR)
+                m_status = 0;
+        }
+        if (WIFSIGNALED(*m_status))
+            return WTERMSIG(*m_status);
+        return WEXITSTATUS(*m_status);
+    }
+
+private:
+    pid_t m_pid;
+    Descriptor m_pidfd;
+    std::optional<int> m_status;
+};
+
+Output failedToStart(const QByteArray& executable, const QString& why)
+{
+    return Output{-1, QStringLiteral("Could not start ") + QFile::decodeName(executable) +
+                          QStringLiteral(": ") + why};
+}
+
+QString systemError(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+// Everything from start to drained, on a thread of the runner's pool.
+Output runBlocking(const Job& job)
+{
+    int fds[2];
+    if (::pipe2(fds, O_CLOEXEC) != 0)
+        return failedToStart(job.executable, systemError(errno));
+    Descriptor reader(aboveStandard(fds[0]));
+    Descriptor writer(aboveStandard(fds[1]));
+    Descriptor null(aboveStandard(::open("/dev/null", O_RDONLY | O_CLOEXEC)));
+    if (reader.get() < 0 || writer.get() < 0 || null.get() < 0)
+        return failedToStart(job.executable, systemError(errno));
+    // A larger pipe means fewer wake-ups for a talkative child; the default still works.
+    ::fcntl(writer.get(), F_SETPIPE_SZ, int(chunkSize));
+    ::fcntl(reader.get(), F_SETFL, ::fcntl(reader.get(), F_GETFL) | O_NONBLOCK);
+
+    detail::LaunchRequest request{job.executable, job.arguments, job.environment,
+                                  job.cwd,        null.get(),    writer.get()};
+    const detail::Launched launched = detail::launch(request);
+    writer.reset();
+    null.reset();
+    if (launched.pid <= 0)
+        return failedToStart(job.executable, launched.failure);
+
+    Child child(launched.pid);
+    const auto started = Clock::now();
+    std::optional<Clock::time_point> deadline;
+    if (std::isfinite(job.timeout)) {
+        const double limited = std::clamp(job.timeout, -1.0, 1e9);
+        deadline =
+            started + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(limited));
+    }
+    bool signalled = false;
+    bool pipeOpen = true;
+    bool exited = false;
+    Clock::time_point quietSince{};
+    bool quiet = false;
+    StreamText text;
+
+    while (pipeOpen || !exited) {
+        if (pipeOpen) {
+            ssize_t n = 0;
+            const QByteArrayView chunk = text.read(reader.get(), n);
+            if (n > 0) {
+                observe(job.onOutput, chunk);
+                quiet = false;
+                continue;
+            }
+            if (n == 0) {
+                pipeOpen = false;
+                continue;
+            }
+            if (errno == EINTR)
+                continue;
+            if (errno != EAGAIN)
+                pipeOpen = false; // a failed read ends the stream with what was collected
+        }
+        if (!exited && child.ended()) {
+            exited = true;
+            continue; // the pipe may hold its last output
+        }
+        if (exited && pipeOpen) {
+            const auto now = Clock::now();
+            if (!quiet) {
+                quiet = true;
+                quietSince = now;
+            }
+            if (now - quietSince >= std::chrono::milliseconds(leftoverQuietMs))
+                break;
+        }
+
+        int waitMs = -1;
+        const auto now = Clock::now();
+        if (deadline && !signalled && !exited) {
+            if (now >= *deadline) {
+                child.terminate();
+                signalled = true;
+                continue;
+            }
+            waitMs = int(std::chrono::ceil<std::chrono::milliseconds>(*deadline - now).count());
+        }
+        if (exited)
+            waitMs = leftoverQuietMs;
+        else if (child.waitFd() < 0)
+            waitMs = waitMs < 0 ? 50 : std::min(waitMs, 50);
+        pollfd watched[2];
+        nfds_t count = 0;
+        if (pipeOpen)
+            watched[count++] = pollfd{reader.get(), POLLIN, 0};
+        if (!exited && child.waitFd() >= 0)
+            watched[count++] = pollfd{child.waitFd(), POLLIN, 0};
+        ::poll(watched, count, waitMs);
+    }
+    Output result;
+    result.code = child.code();
+    result.output = text.finish();
+    return result;
+}
+
+QFuture<Output> startRun(Job job)
+{
+    return QtConcurrent::run(&runnerPool(), [job = std::move(job)] { return runBlocking(job); });
+}
+
+QByteArray absoluteExecutable(const QString& executable)
+{
+    // An address made from a relative path is taken relative to our own folder, not the child's.
+    if (executable.isEmpty() || executable.startsWith(QLatin1Char('/')))
+        return QFile::encodeName(executable);
+    return QFile::encodeName(QDir::currentPath() + QLatin1Char('/') + executable);
+}
+
+} // namespace
+
+const QRegularExpression& keepEnv()
+{
+    static const QRegularExpression pattern(
+        QStringLiteral("^(PATH|HOME|USER|LOGNAME|SHELL|TMPDIR|LANG|LC_.*|TERM|DEVELOPER_DIR|SDKROOT|XPC_.*|__"
+                       "CF_.*|HTTPS?_PROXY|NO_PROXY)$"));
+    return pattern;
+}
+
+QCoro::Task<Output> run(QString executable, QStringList arguments, std::optional<QString> cwd, double timeout,
+                        QMap<QString, QString> env, OutputObserver onOutput)
+{
+    Job job;
+    job.executable = absoluteExecutable(executable);
+    for (const QString& argument : std::as_const(arguments))
+        job.arguments.append(argument.toUtf8());
+    job.environment = childEnvironment(env);
+    if (cwd)
+        job.cwd = QFile::encodeName(*cwd);
+    job.timeout = timeout;
+    job.onOutput = std::move(onOutput);
+    co_return co_await startRun(std::move(job));
+}
+
+} // namespace brightloom::LocalBuild

@@ -1,0 +1,447 @@
+#include "localbuild/process_runner.h"
+#include "scripts.h"
+#include "task_runner.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QMutex>
+#include <QMutexLocker>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QTimer>
+#include <algorithm>
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <optional>
+#include <unistd.h>
+#include <vector>
+
+using namespace brightloom;
+using namespace brightloom::test;
+using LocalBuild::Output;
+
+namespace {
+
+// Sets variables of this process for one test and puts the old values back afterwards.
+class EnvOverride
+{
+public:
+    ~EnvOverride()
+    {
+        for (auto it = m_saved.crbegin(); it != m_saved.crend(); ++it) {
+            if (it->second)
+                qputenv(it->first.constData(), *it->second);
+            else
+                qunsetenv(it->first.constData());
+        }
+    }
+    void set(const char* name, const QByteArray& value)
+    {
+        std::optional<QByteArray> old;
+        if (qEnvironmentVariableIsSet(name))
+            old = qgetenv(name);
+        m_saved.append({QByteArray(name), old});
+        qputenv(name, value);
+    }
+
+private:
+    QList<QPair<QByteArray, std::optional<QByteArray>>> m_saved;
+};
+
+// Chunks handed to the observer, gathered from whichever thread calls it.
+class Observed
+{
+public:
+    LocalBuild::OutputObserver observer()
+    {
+        return [this](const QString& chunk) {
+            QMutexLocker lock(&m_mutex);
+            m_chunks.append(chunk);
+        };
+    }
+    QStringList chunks()
+    {
+        QMutexLocker lock(&m_mutex);
+        return m_chunks;
+    }
+
+private:
+    QMutex m_mutex;
+    QStringList m_chunks;
+};
+
+Output runToEnd(QString executable, QStringList arguments, std::optional<QString> cwd = {},
+                double timeout = 30, QMap<QString, QString> env = {},
+                LocalBuild::OutputObserver onOutput = {})
+{
+    auto outcome = run(LocalBuild::run(std::move(executable), std::move(arguments), std::move(cwd), timeout,
+                                       std::move(env), std::move(onOutput)),
+                       std::chrono::seconds(60));
+    EXPECT_TRUE(outcome.ok()) << outcome.errorText().toStdString();
+    return outcome.value.value_or(Output{-99, QStringLiteral("<did not finish>")});
+}
+
+QStringList lines(const QString& text)
+{
+    return text.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+// The longest pause between ticks of a 5 ms timer on this thread while `work` is spun to its end.
+struct TickWatch
+{
+    TickWatch()
+    {
+        timer.setInterval(5);
+        QObject::connect(&timer, &QTimer::timeout, &timer, [this] {
+            const qint64 now = clock.nsecsElapsed();
+            longestMs = std::max(longestMs, double(now - last) / 1e6);
+            last = now;
+        });
+        clock.start();
+        timer.start();
+    }
+    QTimer timer;
+    QElapsedTimer clock;
+    qint64 last = 0;
+    double longestMs = 0;
+};
+
+class Runner : public ::testing::Test
+{
+protected:
+    Scripts scripts;
+};
+
+} // namespace
+
+TEST_F(Runner, ReturnsExitStatusAndOutput)
+{
+    const QString script = scripts.write(QStringLiteral("say"), "echo hello\nexit 3\n");
+    const Output out = runToEnd(script, {});
+    EXPECT_EQ(out.code, 3);
+    EXPECT_EQ(out.output, QStringLiteral("hello\n"));
+}
+
+TEST_F(Runner, PassesArgumentsUnchangedWithoutAShell)
+{
+    const QString script =
+        scripts.write(QStringLiteral("args"), "for a in \"$@\"; do printf '[%s]\\n' \"$a\"; done\n");
+    const Output out = runToEnd(script, {QStringLiteral("two words"), QString(), QStringLiteral("$HOME"),
+                                         QStringLiteral("'quoted' \"x\""), QStringLiteral("*"),
+                                         QStringLiteral("caf\u00e9")});
+    EXPECT_EQ(out.code, 0);
+    EXPECT_EQ(out.output, QStringLiteral("[two words]\n[]\n[$HOME]\n['quoted' \"x\"]\n[*]\n[caf\u00e9]\n"));
+}
+
+TEST_F(Runner, KeepsOnlyAllowedVariablesOfOurEnvironment)
+{
+    EnvOverride env;
+    env.set("HTTP_PROXY", "http://proxy.example:3128");
+    env.set("HTTPS_PROXY", "http://secure.example:3128");
+    env.set("http_proxy", "http://lower.example:3128");
+    env.set("DYLD_LIBRARY_PATH", "/evil");
+    env.set("LC_ALL", "C.UTF-8");
+    env.set("XPC_SERVICE_NAME", "0");
+    env.set("__CF_USER_TEXT_ENCODING", "0x1F5:0x0:0x0");
+    env.set("PATHX", "not a whole match");
+    env.set("BRIGHTLOOM_SECRET", "kept away");
+    const Output out = runToEnd(QStringLiteral("/usr/bin/env"), {});
+    const QStringList vars = lines(out.output);
+    EXPECT_TRUE(vars.contains(QStringLiteral("HTTP_PROXY=http://proxy.example:3128")));
+    EXPECT_TRUE(vars.contains(QStringLiteral("HTTPS_PROXY=http://secure.example:3128")));
+    EXPECT_TRUE(vars.contains(QStringLiteral("LC_ALL=C.UTF-8")));
+    EXPECT_TRUE(vars.contains(QStringLiteral("XPC_SERVICE_NAME=0")));
+    EXPECT_TRUE(vars.contains(QStringLiteral("__CF_USER_TEXT_ENCODING=0x1F5:0x0:0x0")));
+    for (const QString& line : vars) {
+        EXPECT_FALSE(line.startsWith(QLatin1String("http_proxy="))) << line.toStdString();
+        EXPECT_FALSE(line.startsWith(QLatin1String("DYLD_LIBRARY_PATH="))) << line.toStdString();
+        EXPECT_FALSE(line.startsWith(QLatin1String("PATHX="))) << line.toStdString();
+        EXPECT_FALSE(line.startsWith(QLatin1String("BRIGHTLOOM_"))) << line.toStdString();
+        const QString name = line.section(QLatin1Char('='), 0, 0);
+        const auto match = LocalBuild::keepEnv().match(name);
+        EXPECT_TRUE(match.hasMatch() && match.capturedLength() == name.size()) << line.toStdString();
+    }
+}
+
+TEST_F(Runner, KeepEnvIsAWholeCaseSensitiveMatch)
+{
+    const auto whole = [](const QString& name) {
+        const auto m = LocalBuild::keepEnv().match(name);
+        return m.hasMatch() && m.capturedStart() == 0 && m.capturedLength() == name.size();
+    };
+    EXPECT_TRUE(whole(QStringLiteral("PATH")));
+    EXPECT_TRUE(whole(QStringLiteral("LC_")));
+    EXPECT_TRUE(whole(QStringLiteral("HTTPS_PROXY")));
+    EXPECT_TRUE(whole(QStringLiteral("NO_PROXY")));
+    EXPECT_FALSE(whole(QStringLiteral("no_proxy")));
+    EXPECT_FALSE(whole(QStringLiteral("MYPATH")));
+    EXPECT_FALSE(whole(QStringLiteral("PATH2")));
+    EXPECT_FALSE(whole(QStringLiteral("HTTPSS_PROXY")));
+}
+
+TEST_F(Runner, ExtraEnvironmentWinsOverTheInheritedValue)
+{
+    const QString script =
+        scripts.write(QStringLiteral("path"), "printf '%s|%s' \"$PATH\" \"$GIT_TERMINAL_PROMPT\"\n");
+    QMap<QString, QString> extra;
+    extra.insert(QStringLiteral("PATH"), QStringLiteral("/x"));
+    extra.insert(QStringLiteral("GIT_TERMINAL_PROMPT"), QStringLiteral("0"));
+    const Output out = runToEnd(script, {}, {}, 30, extra);
+    EXPECT_EQ(out.output, QStringLiteral("/x|0"));
+}
+
+TEST_F(Runner, WithoutAWorkingDirectoryTheChildRunsInOurs)
+{
+    const Output out = runToEnd(QStringLiteral("/bin/pwd"), {QStringLiteral("-P")});
+    EXPECT_EQ(out.output.trimmed(), QDir::current().canonicalPath());
+}
+
+TEST_F(Runner, RunsInTheGivenWorkingDirectory)
+{
+    const Output out = runToEnd(QStringLiteral("/bin/pwd"), {QStringLiteral("-P")}, scripts.folder());
+    EXPECT_EQ(out.output.trimmed(), QDir(scripts.folder()).canonicalPath());
+}
+
+TEST_F(Runner, StandardErrorIsCollectedAndObservedLikeStandardOutput)
+{
+    const QString script = scripts.write(QStringLiteral("err"), "echo 'only on stderr' >&2\n");
+    Observed observed;
+    const Output out = runToEnd(script, {}, {}, 30, {}, observed.observer());
+    EXPECT_EQ(out.output, QStringLiteral("only on stderr\n"));
+    EXPECT_EQ(observed.chunks().join(QString()), QStringLiteral("only on stderr\n"));
+}
+
+TEST_F(Runner, OutputAndErrorShareOneStreamInOrder)
+{
+    const QString script = scripts.write(QStringLiteral("both"), "echo one\necho two >&2\necho three\n");
+    EXPECT_EQ(runToEnd(script, {}).output, QStringLiteral("one\ntwo\nthree\n"));
+}
+
+TEST_F(Runner, MissingExecutableComesBackWithCodeMinusOne)
+{
+    const QString missing = scripts.path(QStringLiteral("no-such-tool"));
+    const Output out = runToEnd(missing, {QStringLiteral("--version")});
+    EXPECT_EQ(out.code, -1);
+    EXPECT_TRUE(out.output.startsWith(QStringLiteral("Could not start ") + missing + QStringLiteral(": ")))
+        << out.output.toStdString();
+}
+
+TEST_F(Runner, FileThatIsNotExecutableComesBackWithCodeMinusOne)
+{
+    const QString path = scripts.write(QStringLiteral("plain"), "echo never\n");
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
+    const Output out = runToEnd(path, {});
+    EXPECT_EQ(out.code, -1);
+    EXPECT_TRUE(out.output.startsWith(QStringLiteral("Could not start ") + path + QStringLiteral(": ")));
+}
+
+TEST_F(Runner, MissingWorkingDirectoryComesBackWithCodeMinusOne)
+{
+    const Output out = runToEnd(QStringLiteral("/bin/pwd"), {}, scripts.path(QStringLiteral("gone")));
+    EXPECT_EQ(out.code, -1);
+    EXPECT_TRUE(out.output.startsWith(QStringLiteral("Could not start /bin/pwd: ")))
+        << out.output.toStdString();
+}
+
+TEST_F(Runner, ChildPastItsTimeLimitIsTerminatedAndItsPartialOutputReturned)
+{
+    const QString script = scripts.write(QStringLiteral("slow"), "echo partial\nexec sleep 30\n");
+    QElapsedTimer clock;
+    clock.start();
+    const Output out = runToEnd(script, {}, {}, 1.0);
+    const qint64 took = clock.elapsed();
+    EXPECT_EQ(out.code, 15); // ended by SIGTERM
+    EXPECT_EQ(out.output, QStringLiteral("partial\n"));
+    EXPECT_GE(took, 950);
+    EXPECT_LT(took, 10'000);
+}
+
+TEST_F(Runner, TimeLimitSendsTheTerminationRequestOnlyOnce)
+{
+    // The child counts the requests it gets and leaves after the first; it is not killed.
+    const QString script =
+        scripts.write(QStringLiteral("polite"), "trap 'echo asked; exit 4' TERM\necho waiting\n"
+                                                "while :; do sleep 0.05; done\n");
+    const Output out = runToEnd(script, {}, {}, 0.3);
+    EXPECT_EQ(out.code, 4);
+    EXPECT_EQ(out.output, QStringLiteral("waiting\nasked\n"));
+}
+
+TEST_F(Runner, ChildThatEndsInTimeIsNeverSignalled)
+{
+    const QString marker = scripts.path(QStringLiteral("signalled"));
+    const QString script =
+        scripts.write(QStringLiteral("quick"), "trap 'touch \"$1\"' TERM\necho done\nexit 0\n");
+    const Output out = runToEnd(script, {marker}, {}, 0.2);
+    EXPECT_EQ(out.code, 0);
+    EXPECT_EQ(out.output, QStringLiteral("done\n"));
+    // Nothing may arrive after the limit has passed; there is no event to wait for, so watch a while.
+    spinUntil([] { return false; }, std::chrono::milliseconds(400));
+    EXPECT_FALSE(QFile::exists(marker));
+}
+
+TEST_F(Runner, ChildReadingStandardInputGetsEndOfFileAtOnce)
+{
+    const QString script = scripts.write(QStringLiteral("reader"),
+                                         "if read line; then echo \"got $line\"; else echo eof; fi\ncat\n");
+    QElapsedTimer clock;
+    clock.start();
+    const Output out = runToEnd(script, {}, {}, 20);
+    EXPECT_EQ(out.code, 0);
+    EXPECT_EQ(out.output, QStringLiteral("eof\n"));
+    EXPECT_LT(clock.elapsed(), 10'000);
+}
+
+TEST_F(Runner, CharacterSplitAcrossChunksArrivesWholeInTheOutput)
+{
+    // "é" is C3 A9; the child writes the two bytes in separate writes with a pause between.
+    const QString script =
+        scripts.write(QStringLiteral("split"), "printf 'a\\303'\nsleep 0.3\nprintf '\\251b'\n");
+    Observed observed;
+    const Output out = runToEnd(script, {}, {}, 30, {}, observed.observer());
+    EXPECT_EQ(out.output, QStringLiteral("a\u00e9b"));
+    for (const QString& chunk : observed.chunks())
+        EXPECT_FALSE(chunk.contains(QChar(0xFFFD))) << chunk.toStdString();
+    const QString seen = observed.chunks().join(QString());
+    EXPECT_TRUE(seen.isEmpty() || seen == QStringLiteral("a\u00e9b")) << seen.toStdString();
+}
+
+TEST_F(Runner, InvalidUtf8IsReplacedInTheOutputAndNotObserved)
+{
+    const QString script = scripts.write(QStringLiteral("bad"), "printf 'ok\\377\\n'\n");
+    Observed observed;
+    const Output out = runToEnd(script, {}, {}, 30, {}, observed.observer());
+    EXPECT_EQ(out.output, QStringLiteral("ok\uFFFD\n"));
+    EXPECT_TRUE(observed.chunks().isEmpty());
+}
+
+TEST_F(Runner, UnfinishedCharacterAtTheEndIsReplaced)
+{
+    const QString script = scripts.write(QStringLiteral("cut"), "printf 'x\\342\\202'\n");
+    const Output out = runToEnd(script, {});
+    EXPECT_TRUE(out.output.startsWith(QStringLiteral("x\uFFFD"))) << out.output.toStdString();
+    EXPECT_FALSE(out.output.contains(QChar(0x20AC)));
+}
+
+TEST_F(Runner, ChildKilledBySignalReportsTheSignalNumber)
+{
+    const QString script = scripts.write(QStringLiteral("killed"), "kill -9 $$\n");
+    EXPECT_EQ(runToEnd(script, {}).code, 9);
+}
+
+TEST_F(Runner, ChildInheritsNoDescriptorBeyondTheStandardThree)
+{
+    // A descriptor opened without close-on-exec, as a careless library might.
+    const int leaked = ::open("/dev/null", O_RDONLY);
+    ASSERT_GE(leaked, 3);
+    QStringList ours;
+    for (const QString& fd : QDir(QStringLiteral("/proc/self/fd"))
+                                 .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System))
+        ours.append(fd);
+    // Asked through "sh -c": a shell reading a script file keeps that file open itself.
+    QStringList arguments = {
+        QStringLiteral("-c"),
+        QStringLiteral("for n in \"$@\"; do [ -e /proc/$$/fd/$n ] && echo $n; done; exit 0"),
+        QStringLiteral("sh")};
+    arguments += ours;
+    const Output out = runToEnd(QStringLiteral("/bin/sh"), arguments);
+    ::close(leaked);
+    QStringList inherited = lines(out.output);
+    inherited.sort();
+    EXPECT_EQ(inherited, (QStringList{QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("2")}));
+}
+
+// Not a test of its own: the body of the helper process that ChildIsTerminatedWhenTheClientDies
+// starts and kills. It starts a long child through the runner and waits for it.
+TEST(RunnerHelper, StartsALongChildAndWaits)
+{
+    const QByteArray script = qgetenv("BRIGHTLOOM_TEST_LONG_CHILD");
+    if (script.isEmpty())
+        GTEST_SKIP() << "only run as the helper of ChildIsTerminatedWhenTheClientDies";
+    runToEnd(QString::fromUtf8(script), {}, {}, 600);
+}
+
+TEST_F(Runner, ChildIsTerminatedWhenTheClientDies)
+{
+    const QString pidFile = scripts.path(QStringLiteral("pid"));
+    const QString script =
+        scripts.write(QStringLiteral("long"), "echo $$ > \"$0.pid.tmp\"\nmv \"$0.pid.tmp\" \"" +
+                                                  pidFile.toUtf8() + "\"\nexec sleep 60\n");
+    QProcess helper;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("BRIGHTLOOM_TEST_LONG_CHILD"), script);
+    helper.setProcessEnvironment(env);
+    helper.start(QCoreApplication::applicationFilePath(),
+                 {QStringLiteral("--gtest_filter=RunnerHelper.StartsALongChildAndWaits")});
+    ASSERT_TRUE(helper.waitForStarted());
+    ASSERT_TRUE(spinUntil([&] { return QFile::exists(pidFile); }, std::chrono::seconds(20)));
+    QFile file(pidFile);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const qint64 child = file.readAll().trimmed().toLongLong();
+    ASSERT_GT(child, 0);
+    const QString stat = QStringLiteral("/proc/%1/stat").arg(child);
+    const auto alive = [&] {
+        QFile f(stat);
+        if (!f.open(QIODevice::ReadOnly))
+            return false;
+        const QByteArray line = f.readAll();
+        const qsizetype close = line.lastIndexOf(')');
+        return close > 0 && line.size() > close + 2 && line[close + 2] != 'Z';
+    };
+    EXPECT_TRUE(alive());
+    helper.kill(); // SIGKILL: the client has no chance to clean up
+    helper.waitForFinished();
+    EXPECT_TRUE(spinUntil([&] { return !alive(); }, std::chrono::seconds(10)));
+    if (alive())
+        ::kill(pid_t(child), SIGKILL);
+}
+
+TEST_F(Runner, TwoHundredMegabytesArriveWholeAndInOrder)
+{
+    const QString script = scripts.write(QStringLiteral("many"), "exec seq 1 22000000\n");
+    const Output out = runToEnd(script, {});
+    ASSERT_EQ(out.code, 0);
+    ASSERT_GT(out.output.size(), 180'000'000);
+    // Walk the lines: each must be the previous number plus one.
+    qint64 expected = 1;
+    qsizetype at = 0;
+    const QChar* data = out.output.constData();
+    const qsizetype size = out.output.size();
+    bool ordered = true;
+    while (at < size && ordered) {
+        qint64 value = 0;
+        while (at < size && data[at] != QLatin1Char('\n'))
+            value = value * 10 + (data[at++].unicode() - '0');
+        ++at;
+        ordered = value == expected++;
+    }
+    EXPECT_TRUE(ordered) << "line " << expected - 1;
+    EXPECT_EQ(expected - 1, 22'000'000);
+}
+
+TEST_F(Runner, MainThreadKeepsTickingWhileALargeOutputArrives)
+{
+    const QString script =
+        scripts.write(QStringLiteral("flood"), "head -c 200000000 /dev/zero | tr '\\0' 'a'\n");
+    TickWatch ticks;
+    const Output out = runToEnd(script, {});
+    EXPECT_EQ(out.output.size(), 200'000'000);
+    EXPECT_LT(ticks.longestMs, 50.0);
+    RecordProperty("longest_tick_gap_ms", std::to_string(ticks.longestMs));
+    std::printf("longest gap between 5 ms ticks: %.1f ms\n", ticks.longestMs);
+}
+
+TEST_F(Runner, ManyRunsAtOnceAllFinish)
+{
+    const QString script = scripts.write(QStringLiteral("nap"), "sleep 0.3\necho \"$1\"\n");
+    std::vector<Outcome<Output>> outcomes(8);
+    std::vector<QCoro::Task<>> tasks;
+    for (int i = 0; i < 8; ++i)
+        tasks.push_back(detail::capture(LocalBuild::run(script, {QString::number(i)}, {}, 30), &outcomes[i]));
+    ASSERT_TRUE(spinUntil([&] {
+        return std::all_of(outcomes.cbegin(), outcomes.cend(), [](const auto& o) { return o.finished; });
+    }));
+    for (int i = 0; i < 8; ++i)
+        EXPECT_EQ(outcomes[i].value->output, QString::number(i) + QLatin1Char('\n'));
+}
