@@ -1,0 +1,125 @@
+#include "bundle_info.h"
+
+#include <QRegularExpression>
+#include <QTextBoundaryFinder>
+#include <nlohmann/json.hpp>
+
+namespace brightloom::LocalBuild {
+
+const char* const bundleIdentifierPrefix = "app.brightloom.local.";
+
+namespace {
+
+// Whether a whole character (a code point with its combining marks) is a letter or a digit, judged
+// by its first code point's Unicode properties.
+bool isLetterOrDigit(const QString& character)
+{
+    const char32_t first = character.toUcs4().value(0);
+    return QChar::isLetter(first) || QChar::isNumber(first);
+}
+
+QString trimSpacesAndTabs(const QString& text)
+{
+    qsizetype start = 0;
+    qsizetype end = text.size();
+    auto blank = [](QChar c) { return c == QLatin1Char(' ') || c == QLatin1Char('\t'); };
+    while (start < end && blank(text.at(start)))
+        ++start;
+    while (end > start && blank(text.at(end - 1)))
+        --end;
+    return text.mid(start, end - start);
+}
+
+QString nameOf(const QByteArray& appJson)
+{
+    const nlohmann::json json = nlohmann::json::parse(appJson.begin(), appJson.end(), nullptr, false);
+    if (json.is_discarded() || !json.is_object())
+        return {};
+    const auto name = json.find("name");
+    if (name == json.end() || !name->is_string())
+        return {};
+    return QString::fromStdString(name->get<std::string>());
+}
+
+} // namespace
+
+QString displayName(const QByteArray& appJson)
+{
+    const QString name = nameOf(appJson);
+    QString kept;
+    int count = 0;
+    QTextBoundaryFinder characters(QTextBoundaryFinder::Grapheme, name);
+    qsizetype start = 0;
+    for (qsizetype end = characters.toNextBoundary(); end > 0 && count < 40;
+         end = characters.toNextBoundary()) {
+        const QString character = name.mid(start, end - start);
+        start = end;
+        const bool punctuation = character == QLatin1String(" ") || character == QLatin1String(".") ||
+                                 character == QLatin1String("-") || character == QLatin1String("_");
+        if (punctuation || isLetterOrDigit(character)) {
+            kept += character;
+            ++count;
+        }
+    }
+    kept = trimSpacesAndTabs(kept);
+    return kept.isEmpty() ? QStringLiteral("My App") : kept;
+}
+
+QString bundleSlug(const QString& displayName)
+{
+    QString slug = displayName;
+    slug.replace(QLatin1Char(' '), QLatin1Char('-'));
+    return slug;
+}
+
+QString identifierSlug(const QString& bundleSlug)
+{
+    QString slug;
+    for (const char32_t c : bundleSlug.toLower().toUcs4()) {
+        if (QChar::isLetter(c) || QChar::isNumber(c))
+            slug += QString::fromUcs4(&c, 1);
+    }
+    return slug;
+}
+
+QString minimumSystemVersion(const QString& manifest)
+{
+    static const QRegularExpression platform(QStringLiteral("\\.macOS\\(\\.v(\\d+)\\)"),
+                                             QRegularExpression::UseUnicodePropertiesOption);
+    const QRegularExpressionMatch first = platform.match(manifest);
+    return (first.hasMatch() ? first.captured(1) : QStringLiteral("13")) + QStringLiteral(".0");
+}
+
+QString infoPlist(const QString& displayName, const QString& version, const QString& minimumSystem)
+{
+    QString name = displayName;
+    name.replace(QLatin1Char('&'), QStringLiteral("&amp;"));
+    name.replace(QLatin1Char('<'), QStringLiteral("&lt;"));
+    name.replace(QLatin1Char('>'), QStringLiteral("&gt;"));
+    const QString identifier =
+        QString::fromLatin1(bundleIdentifierPrefix) + identifierSlug(bundleSlug(displayName));
+    return QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                          "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+                          "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+                          "<plist version=\"1.0\"><dict>\n"
+                          "<key>CFBundleExecutable</key><string>App</string>\n"
+                          "<key>CFBundleIconFile</key><string>AppIcon</string>\n"
+                          "<key>CFBundleIdentifier</key><string>") +
+           identifier +
+           QStringLiteral("</string>\n"
+                          "<key>CFBundleName</key><string>") +
+           name +
+           QStringLiteral("</string>\n"
+                          "<key>CFBundlePackageType</key><string>APPL</string>\n"
+                          "<key>CFBundleShortVersionString</key><string>") +
+           version +
+           QStringLiteral("</string>\n"
+                          "<key>LSMinimumSystemVersion</key><string>") +
+           minimumSystem +
+           QStringLiteral("</string>\n"
+                          "<key>NSHighResolutionCapable</key><true/>\n"
+                          "<key>NSPrincipalClass</key><string>NSApplication</string>\n"
+                          "</dict></plist>");
+}
+
+} // namespace brightloom::LocalBuild

@@ -1,0 +1,44 @@
+#include "compile.h"
+
+#include "tool_paths.h"
+
+namespace brightloom::LocalBuild {
+
+namespace {
+
+QStringList swiftArguments(const char* first, const char* second)
+{
+    QStringList arguments;
+    arguments << QStringLiteral("swift") << QString::fromLatin1(first);
+    if (second)
+        arguments << QString::fromLatin1(second);
+    return arguments;
+}
+
+} // namespace
+
+QCoro::Task<std::optional<QString>> toolchainVersion(Limits limits)
+{
+    const Output answer =
+        co_await run(toolPath(QStringLiteral("xcrun")), swiftArguments("--version", nullptr), std::nullopt,
+                     limits.toolchainCheck);
+    if (answer.code != 0)
+        co_return std::nullopt;
+    const QStringList lines = answer.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    if (lines.isEmpty())
+        co_return std::nullopt;
+    co_return lines.first();
+}
+
+QCoro::Task<std::optional<QString>> compile(QString dir, OutputObserver log, Limits limits)
+{
+    QStringList arguments = swiftArguments("build", "-c");
+    arguments << QStringLiteral("release");
+    const Output built = co_await run(toolPath(QStringLiteral("xcrun")), arguments, dir, limits.compile,
+                                      QMap<QString, QString>(), std::move(log));
+    if (built.code == 0)
+        co_return std::nullopt;
+    co_return built.output;
+}
+
+} // namespace brightloom::LocalBuild

@@ -1,0 +1,256 @@
+#include "localbuild/bundle_info.h"
+#include "localbuild/compile.h"
+#include "localbuild/package.h"
+#include "pipeline_fixture.h"
+#include "task_runner.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QImage>
+#include <gtest/gtest.h>
+
+using namespace brightloom;
+using namespace brightloom::test;
+
+namespace {
+
+const QString prefix = QString::fromLatin1(LocalBuild::bundleIdentifierPrefix);
+
+// The Info.plist every locally built app has, with the four values that change.
+QByteArray expectedPlist(const QByteArray& identifierSlug, const QByteArray& escapedName,
+                         const QByteArray& version, const QByteArray& minimumSystem)
+{
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+           "<plist version=\"1.0\"><dict>\n"
+           "<key>CFBundleExecutable</key><string>App</string>\n"
+           "<key>CFBundleIconFile</key><string>AppIcon</string>\n"
+           "<key>CFBundleIdentifier</key><string>" +
+           prefix.toUtf8() + identifierSlug +
+           "</string>\n"
+           "<key>CFBundleName</key><string>" +
+           escapedName +
+           "</string>\n"
+           "<key>CFBundlePackageType</key><string>APPL</string>\n"
+           "<key>CFBundleShortVersionString</key><string>" +
+           version +
+           "</string>\n"
+           "<key>LSMinimumSystemVersion</key><string>" +
+           minimumSystem +
+           "</string>\n"
+           "<key>NSHighResolutionCapable</key><true/>\n"
+           "<key>NSPrincipalClass</key><string>NSApplication</string>\n"
+           "</dict></plist>";
+}
+
+class Package : public PipelineTest
+{
+protected:
+    Package() { m_home.setEnv("BRIGHTLOOM_URL", "https://service.example/"); }
+
+    // Where the app of `job` is saved, up to its job folder.
+    QString savedFolder(const QString& jobFolder) const
+    {
+        return m_home.downloadsFolder() + QStringLiteral("/service.example/") + jobFolder;
+    }
+
+    // Builds the package in `dir` with the stand-in toolchain and packages it; answers the saved
+    // bundle, or an empty text after recording the failure.
+    QString build(const QString& dir,
+                  const QString& job = QStringLiteral("3f9c2a71-5e1d-4c61-9d0a-7b2f3c4d5e6f"),
+                  std::optional<QString> version = std::nullopt)
+    {
+        const auto compiled = run(LocalBuild::compile(dir, {}));
+        if (!compiled.ok() || compiled.value->has_value()) {
+            ADD_FAILURE() << "the package did not build";
+            return {};
+        }
+        const auto packaged = run(LocalBuild::package(dir, job, version));
+        if (!packaged.ok()) {
+            ADD_FAILURE() << packaged.errorText().toStdString();
+            return {};
+        }
+        return *packaged.value;
+    }
+};
+
+TEST_F(Package, SavesASignedBundleInTheServiceFolderOfDownloads)
+{
+    writePackage(work(QStringLiteral("src")), QStringLiteral("My App"));
+    const QString saved = build(work(QStringLiteral("src")));
+    EXPECT_EQ(saved, savedFolder(QStringLiteral("3f9c2a71")) + QStringLiteral("/My-App.app"));
+    EXPECT_TRUE(QFileInfo(saved + QStringLiteral("/Contents/MacOS/App")).isExecutable());
+    EXPECT_TRUE(QFileInfo(saved + QStringLiteral("/Contents/Info.plist")).isFile());
+    EXPECT_EQ(readIcns(saved + QStringLiteral("/Contents/Resources/AppIcon.icns")).size(), 10);
+    EXPECT_TRUE(QFileInfo(saved + QStringLiteral("/Contents/_CodeSignature/CodeResources")).isFile());
+    EXPECT_FALSE(QFileInfo::exists(saved + QStringLiteral("/Contents/Frameworks")));
+    EXPECT_FALSE(QFileInfo::exists(saved + QStringLiteral("/Contents/Resources/Assets")));
+    EXPECT_TRUE(QFileInfo(work(QStringLiteral("src/.stage/My-App.app"))).isDir()) << "staging stays";
+}
+
+TEST_F(Package, NameIsFilteredAndTrimmedForTheBundleAndItsIdentifier)
+{
+    writePackage(work(QStringLiteral("src")), QStringLiteral("  Hello, World! 2  "));
+    const QString saved = build(work(QStringLiteral("src")));
+    EXPECT_EQ(QFileInfo(saved).fileName(), QStringLiteral("Hello-World-2.app"));
+    EXPECT_EQ(readFile(saved + QStringLiteral("/Contents/Info.plist")),
+              expectedPlist("helloworld2", "Hello World 2", "1.0", "14.0"));
+}
+
+TEST_F(Package, NameOfDroppedCharactersOnlyBecomesMyApp)
+{
+    writePackage(work(QStringLiteral("src")), QStringLiteral("!!!"));
+    const QString saved = build(work(QStringLiteral("src")));
+    EXPECT_EQ(QFileInfo(saved).fileName(), QStringLiteral("My-App.app"));
+    EXPECT_EQ(readFile(saved + QStringLiteral("/Contents/Info.plist")),
+              expectedPlist("myapp", "My App", "1.0", "14.0"));
+}
+
+TEST_F(Package, MissingOrUnusableAppJsonGivesMyApp)
+{
+    EXPECT_EQ(LocalBuild::displayName(QByteArray()), QStringLiteral("My App"));
+    EXPECT_EQ(LocalBuild::displayName("[\"name\"]"), QStringLiteral("My App"));
+    EXPECT_EQ(LocalBuild::displayName("{\"name\": 5}"), QStringLiteral("My App"));
+    EXPECT_EQ(LocalBuild::displayName("{\"name\": \"Notes\""), QStringLiteral("My App"));
+    EXPECT_EQ(LocalBuild::displayName("{\"title\": \"Notes\", \"name\": \"Caf\xc3\xa9 \xe6\x97\xa5\"}"),
+              QString::fromUtf8("Caf\xc3\xa9 \xe6\x97\xa5"));
+}
+
+TEST_F(Package, NameOfThreeDotsKeepsTheDotsAndLeavesTheIdentifierSlugEmpty)
+{
+    writePackage(work(QStringLiteral("src")), QStringLiteral("..."));
+    const QString saved = build(work(QStringLiteral("src")));
+    EXPECT_EQ(QFileInfo(saved).fileName(), QStringLiteral("....app"));
+    EXPECT_EQ(readFile(saved + QStringLiteral("/Contents/Info.plist")),
+              expectedPlist("", "...", "1.0", "14.0"));
+    EXPECT_TRUE(prefix.endsWith(QLatin1Char('.')));
+}
+
+TEST_F(Package, LongNameKeepsItsFirstFortyKeptCharactersBeforeTrimming)
+{
+    // 60 characters: two spaces and 38 letters are the first 40 kept; the "!!" is dropped, so the
+    // last 18 letters fall beyond the 40; trimming then removes the two spaces.
+    const QString letters = QStringLiteral("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKL");
+    const QString name =
+        QStringLiteral("  ") + letters + QStringLiteral("!!") + QStringLiteral("x").repeated(18);
+    ASSERT_EQ(name.size(), 60);
+    writePackage(work(QStringLiteral("src")), name);
+    const QString saved = build(work(QStringLiteral("src")));
+    EXPECT_EQ(QFileInfo(saved).fileName(), letters + QStringLiteral(".app"));
+    EXPECT_EQ(readFile(saved + QStringLiteral("/Contents/Info.plist")),
+              expectedPlist(letters.toLower().toUtf8(), letters.toUtf8(), "1.0", "14.0"));
+}
+
+TEST_F(Package, OnlyTheNameIsEscapedInTheInfoPlist)
+{
+    // A packaged name has lost "&", "<" and ">" already; the plist text escapes any name it gets.
+    EXPECT_EQ(LocalBuild::infoPlist(QStringLiteral("Tom & Jerry <3>"), QStringLiteral("2.0 <beta>"),
+                                    QStringLiteral("13.0"))
+                  .toUtf8(),
+              expectedPlist("tomjerry3", "Tom &amp; Jerry &lt;3&gt;", "2.0 <beta>", "13.0"));
+
+    writePackage(work(QStringLiteral("src")), QStringLiteral("Tom & Jerry <3>"));
+    const QString saved =
+        build(work(QStringLiteral("src")), QStringLiteral("job1"), QStringLiteral("2.0 <beta>"));
+    EXPECT_EQ(QFileInfo(saved).fileName(), QStringLiteral("Tom--Jerry-3.app"));
+    EXPECT_EQ(readFile(saved + QStringLiteral("/Contents/Info.plist")),
+              expectedPlist("tomjerry3", "Tom  Jerry 3", "2.0 <beta>", "14.0"));
+}
+
+TEST_F(Package, MinimumSystemComesFromTheFirstMacOSPlatform)
+{
+    writePackage(
+        work(QStringLiteral("v14")), QStringLiteral("A"),
+        "import PackageDescription\nlet package = Package(name: \"App\", platforms: [.macOS(.v14)])\n");
+    EXPECT_EQ(readFile(build(work(QStringLiteral("v14")), QStringLiteral("j14")) +
+                       QStringLiteral("/Contents/Info.plist")),
+              expectedPlist("a", "A", "1.0", "14.0"));
+
+    writePackage(
+        work(QStringLiteral("v10_15")), QStringLiteral("A"),
+        "import PackageDescription\nlet package = Package(name: \"App\", platforms: [.macOS(.v10_15)])\n");
+    EXPECT_EQ(readFile(build(work(QStringLiteral("v10_15")), QStringLiteral("j10")) +
+                       QStringLiteral("/Contents/Info.plist")),
+              expectedPlist("a", "A", "1.0", "13.0"));
+
+    EXPECT_EQ(LocalBuild::minimumSystemVersion(QStringLiteral("platforms: [.macOS(\"10.15\")]")),
+              QStringLiteral("13.0"));
+    EXPECT_EQ(LocalBuild::minimumSystemVersion(QString()), QStringLiteral("13.0"));
+    EXPECT_EQ(LocalBuild::minimumSystemVersion(QStringLiteral("platforms: [.macOS(.v15)]\n"
+                                                              "// platforms: [.macOS(.v12)]\n")),
+              QStringLiteral("15.0"));
+}
+
+TEST_F(Package, VersionIsWrittenAsGivenOrDefaultsTo1_0)
+{
+    writePackage(work(QStringLiteral("src")), QStringLiteral("Notes"));
+    const QString first = build(work(QStringLiteral("src")), QStringLiteral("job-a"));
+    EXPECT_EQ(readFile(first + QStringLiteral("/Contents/Info.plist")),
+              expectedPlist("notes", "Notes", "1.0", "14.0"));
+    const QString second = build(work(QStringLiteral("src")), QStringLiteral("job-b"), QStringLiteral("3.2"));
+    EXPECT_EQ(readFile(second + QStringLiteral("/Contents/Info.plist")),
+              expectedPlist("notes", "Notes", "3.2", "14.0"));
+}
+
+TEST_F(Package, ShortJobIdNamesTheWholeFolder)
+{
+    writePackage(work(QStringLiteral("src")), QStringLiteral("Notes"));
+    EXPECT_EQ(build(work(QStringLiteral("src")), QStringLiteral("a1b")),
+              savedFolder(QStringLiteral("a1b")) + QStringLiteral("/Notes.app"));
+}
+
+TEST_F(Package, PackagingTheSameJobAgainReplacesTheEarlierCopy)
+{
+    writePackage(work(QStringLiteral("src")), QStringLiteral("Notes"));
+    const QString first = build(work(QStringLiteral("src")), QStringLiteral("a1b"));
+    writeFile(first + QStringLiteral("/Contents/Resources/old.txt"), "from the first copy");
+    writePackage(work(QStringLiteral("src")), QStringLiteral("Notebook"));
+    const QString second = build(work(QStringLiteral("src")), QStringLiteral("a1b"));
+    EXPECT_EQ(second, savedFolder(QStringLiteral("a1b")) + QStringLiteral("/Notebook.app"));
+    EXPECT_EQ(QDir(savedFolder(QStringLiteral("a1b"))).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+              QStringList() << QStringLiteral("Notebook.app"));
+    EXPECT_TRUE(QFileInfo(second + QStringLiteral("/Contents/MacOS/App")).isFile());
+}
+
+TEST_F(Package, OwnIconAndAssetsGoIntoTheBundle)
+{
+    const QString src = work(QStringLiteral("src"));
+    writePackage(src, QStringLiteral("Painter"));
+    QImage icon(300, 300, QImage::Format_ARGB32);
+    icon.fill(QColor(10, 200, 120));
+    ASSERT_TRUE(icon.save(src + QStringLiteral("/icon.png")));
+    writeFile(src + QStringLiteral("/.assets/models/weights.bin"), "weights");
+    const QString saved = build(src);
+    EXPECT_EQ(readFile(saved + QStringLiteral("/Contents/Resources/Assets/models/weights.bin")), "weights");
+    const QList<IcnsImage> images = readIcns(saved + QStringLiteral("/Contents/Resources/AppIcon.icns"));
+    ASSERT_EQ(images.size(), 10);
+    EXPECT_EQ(images[9].image.pixelColor(500, 500), QColor(10, 200, 120));
+    EXPECT_FALSE(QFileInfo::exists(src + QStringLiteral("/.stage/icon.png"))) << "no letter icon drawn";
+}
+
+TEST_F(Package, NoProductIsReportedAsNoExecutable)
+{
+    writePackage(work(QStringLiteral("src")), QStringLiteral("Notes"));
+    const auto packaged =
+        run(LocalBuild::package(work(QStringLiteral("src")), QStringLiteral("job"), std::nullopt));
+    ASSERT_TRUE(packaged.finished);
+    EXPECT_EQ(packaged.errorText(), QStringLiteral("The build produced no executable."));
+}
+
+TEST_F(Package, SigningFailureQuotesTheEndOfTheSignerOutput)
+{
+    wrapTool(QStringLiteral("codesign"), QStringList() << QStringLiteral("BRIGHTLOOM_STANDIN_SIGN_FAIL=1"));
+    writePackage(work(QStringLiteral("src")), QStringLiteral("Notes"));
+    ASSERT_TRUE(run(LocalBuild::compile(work(QStringLiteral("src")), {})).ok());
+    const auto packaged =
+        run(LocalBuild::package(work(QStringLiteral("src")), QStringLiteral("job"), std::nullopt));
+    ASSERT_TRUE(packaged.finished);
+    const QString text = packaged.errorText();
+    EXPECT_TRUE(text.startsWith(QStringLiteral("Signing failed: "))) << text.toStdString();
+    EXPECT_EQ(text.size(), QStringLiteral("Signing failed: ").size() + 300);
+    EXPECT_TRUE(text.endsWith(QStringLiteral("similar detritus not allowed (19)\n"))) << text.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(savedFolder(QStringLiteral("job"))));
+}
+
+} // namespace
