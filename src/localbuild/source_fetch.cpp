@@ -23,6 +23,16 @@ namespace {
 // What the unpacker's failure text is cut to where it is quoted.
 constexpr qsizetype quotedTail = 300;
 
+// No source archive needs more; an archive past them is refused, not trimmed.
+zip::Limits sourceLimits()
+{
+    zip::Limits limits;
+    limits.maxEntries = 100'000;
+    limits.maxBytes = std::int64_t(2) << 30;
+    limits.maxMilliseconds = 60'000;
+    return limits;
+}
+
 // Answers the parsed address, or throws when it is not an https address.
 QUrl sourceAddress(const QString& from)
 {
@@ -113,7 +123,7 @@ QCoro::Task<QString> fetchSource(QNetworkAccessManager& network, QString from, Q
     if (!notMade.isEmpty())
         throw FileError(notMade);
 
-    const zip::Result unpacked = co_await zip::extractInBackground(fetched.file->fileName(), folder);
+    const zip::Result unpacked = co_await zip::extractInBackground(fetched.file->fileName(), folder, sourceLimits());
     fetched.file.reset();
     if (!unpacked.ok)
         throw APIError(QStringLiteral("Could not unpack the source: ") +

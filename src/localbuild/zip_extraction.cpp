@@ -1,5 +1,8 @@
 #include "zip_extraction.h"
 
+#include "zip_directory.h"
+
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFileInfo>
 #include <QtConcurrent/QtConcurrentRun>
@@ -166,6 +169,19 @@ Result extract(const QString& archivePath, const QString& targetFolder, Limits l
         return result;
     }
     const std::string root = QFile::encodeName(canonical).toStdString() + '/';
+    const QDeadlineTimer deadline = limits.maxMilliseconds > 0 ? QDeadlineTimer(limits.maxMilliseconds)
+                                                               : QDeadlineTimer(QDeadlineTimer::Forever);
+    const auto tooLong = [&] {
+        return QStringLiteral("unpacking took longer than %1 seconds")
+            .arg(double(limits.maxMilliseconds) / 1000);
+    };
+
+    // What libarchive's reader cannot tell: names cut at a NUL, shared data, the real entry count.
+    if (const DirectoryCheck directory = checkDirectory(archivePath, limits.maxEntries);
+        !directory.refusal.isEmpty()) {
+        result.error = directory.refusal;
+        return result;
+    }
 
     std::unique_ptr<archive, ReadCloser> reader(archive_read_new());
     archive_read_support_format_zip_seekable(reader.get());
@@ -191,6 +207,8 @@ Result extract(const QString& archivePath, const QString& targetFolder, Limits l
             break;
         if (status < ARCHIVE_WARN)
             return fail(libarchiveError(reader.get(), "the archive is damaged"));
+        if (deadline.hasExpired())
+            return fail(tooLong());
         if (++result.entries > limits.maxEntries)
             return fail(QStringLiteral("the archive holds more than %1 entries").arg(limits.maxEntries));
         if (archive_entry_is_encrypted(entry))
@@ -275,6 +293,8 @@ Result extract(const QString& archivePath, const QString& targetFolder, Limits l
             if (result.bytes > limits.maxBytes)
                 return fail(QStringLiteral("the archive unpacks to more than %1 MB")
                                 .arg(limits.maxBytes / 1'000'000));
+            if (deadline.hasExpired())
+                return fail(tooLong());
             if (archive_write_data_block(writer.get(), block, size, offset) < ARCHIVE_WARN)
                 return fail(libarchiveError(writer.get(), "an entry cannot be written"));
         }

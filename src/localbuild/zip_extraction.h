@@ -15,6 +15,7 @@ struct Limits
 {
     std::int64_t maxEntries = 100'000;
     std::int64_t maxBytes = std::int64_t(2) << 30; // unpacked, all entries together
+    std::int64_t maxMilliseconds = 0;              // 0: no time limit
 };
 
 struct Result
