@@ -42,4 +42,7 @@ QCoro::Task<int> favorite(API& api, QStringList words);
 QCoro::Task<int> github(API& api, QStringList words);
 QCoro::Task<int> workerStatus(API& api, QStringList words);
 
+// The local build: fetch and vet a job's source, printing its project folder.
+QCoro::Task<int> buildSource(API& api, QStringList words);
+
 } // namespace brightloom::cli
