@@ -107,7 +107,8 @@ std::optional<QString> Store::meta(const QString& key)
 
 void Store::setMeta(const QString& key, const QString& value)
 {
-    run(QStringLiteral("INSERT OR REPLACE INTO meta (key, value) VALUES (?, ?)"), {key, value});
+    run(QStringLiteral("INSERT OR REPLACE INTO meta (key, value) VALUES (?, ?)"),
+        {key, value.isNull() ? QString(QLatin1String("")) : value});
 }
 
 } // namespace brightloom::devserver

@@ -61,8 +61,10 @@ QCoro::Task<int> show(API& api, QStringList words)
 
 QCoro::Task<int> sendMessage(API& api, QStringList words)
 {
-    const Arguments args = parse(words, {}, {});
-    co_await api.send(args.positional(1, "text"), args.positional(0, "project id"), false);
+    // --fix sends the text as a request to repair a local compile failure, as the local build does.
+    const Arguments args = parse(words, {}, {"fix"});
+    co_await api.send(args.positional(1, "text"), args.positional(0, "project id"),
+                      args.flag(QStringLiteral("fix")));
     co_return 0;
 }
 

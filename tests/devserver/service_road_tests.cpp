@@ -1,0 +1,326 @@
+// GitHub sync, worker status, injected faults and restarts, through the command line.
+
+#include "road_fixture.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QJsonArray>
+
+using namespace brightloom::test;
+
+namespace {
+
+class ServiceRoadTest : public RoadTest
+{
+protected:
+    void SetUp() override
+    {
+        RoadTest::SetUp();
+        signInAsDemo();
+    }
+
+    QString readyProject()
+    {
+        const QString id = newProject(QStringLiteral("a notes app"));
+        finishJobs();
+        return id;
+    }
+
+    // Opens the project's library page in a browser signed in as the demo account.
+    void visitLibraryPage(const QString& projectId)
+    {
+        Client browser(*server);
+        ASSERT_EQ(
+            browser.postJson(QStringLiteral("api/auth/sign-in/email"), credentials(demoEmail, demoPassword))
+                .status,
+            200);
+        const Reply page = browser.get(QStringLiteral("library/") + projectId);
+        EXPECT_EQ(page.status, 200) << page.body.constData();
+        EXPECT_TRUE(page.contentType.startsWith("text/html"));
+    }
+
+    QStringList github(const QString& projectId, const QStringList& action = {})
+    {
+        return cliOk(QStringList{QStringLiteral("github"), projectId} + action)
+            .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
+    QJsonObject fault(const QString& path)
+    {
+        QJsonObject body;
+        body.insert(QStringLiteral("path"), path);
+        return body;
+    }
+
+    QStringList downloadedImages()
+    {
+        return QDir(downloadsFolder() + QStringLiteral("/127.0.0.1"))
+            .entryList({QStringLiteral("*.dmg*")}, QDir::Files | QDir::Hidden);
+    }
+};
+
+} // namespace
+
+TEST_F(ServiceRoadTest, GithubPanelAsksToConnectFirst)
+{
+    const QString id = readyProject();
+    EXPECT_EQ(github(id),
+              (QStringList{QStringLiteral("state\tconnect"), QStringLiteral("push version\t1.0")}));
+}
+
+TEST_F(ServiceRoadTest, VisitingTheLibraryPageConnectsGithub)
+{
+    const QString id = readyProject();
+    visitLibraryPage(id);
+    EXPECT_EQ(github(id), (QStringList{QStringLiteral("state\tready"), QStringLiteral("login\tdemo"),
+                                       QStringLiteral("push version\t1.0")}));
+}
+
+TEST_F(ServiceRoadTest, GithubReposNeedAConnectedAccount)
+{
+    const ProcessResult result = cli({QStringLiteral("github"), readyProject(), QStringLiteral("repos")});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(errorLine(result), QStringLiteral("Connect GitHub first."));
+}
+
+TEST_F(ServiceRoadTest, ConnectedAccountListsItsRepositories)
+{
+    const QString id = readyProject();
+    visitLibraryPage(id);
+    EXPECT_EQ(github(id, {QStringLiteral("repos")}),
+              (QStringList{QStringLiteral("demo/brightloom-apps"), QStringLiteral("demo/mac-experiments"),
+                           QStringLiteral("demo/website")}));
+}
+
+TEST_F(ServiceRoadTest, LinkedProjectShowsItsRepository)
+{
+    const QString id = readyProject();
+    visitLibraryPage(id);
+    github(id, {QStringLiteral("link"), QStringLiteral("demo/website")});
+    EXPECT_TRUE(github(id).contains(QStringLiteral("linked\tdemo/website")));
+}
+
+TEST_F(ServiceRoadTest, PushSendsTheNewestVersionOnce)
+{
+    const QString id = readyProject();
+    visitLibraryPage(id);
+    github(id, {QStringLiteral("link"), QStringLiteral("demo/website")});
+    const QJsonObject pushed =
+        cliJson({QStringLiteral("github"), id, QStringLiteral("push"), QStringLiteral("--json")});
+    EXPECT_EQ(pushed.value(QStringLiteral("changed")), QJsonValue(true));
+    EXPECT_EQ(pushed.value(QStringLiteral("version")), QJsonValue(QStringLiteral("1.0")));
+    EXPECT_TRUE(pushed.value(QStringLiteral("commitUrl"))
+                    .toString()
+                    .startsWith(QStringLiteral("https://github.com/demo/website/commit/")));
+    EXPECT_EQ(github(id, {QStringLiteral("push")}), QStringList{QStringLiteral("already up to date")});
+    EXPECT_TRUE(github(id).contains(QStringLiteral("linked\tdemo/website\tup to date")));
+}
+
+TEST_F(ServiceRoadTest, NewVersionMakesTheLinkOutOfDate)
+{
+    const QString id = readyProject();
+    visitLibraryPage(id);
+    github(id, {QStringLiteral("link"), QStringLiteral("demo/website")});
+    github(id, {QStringLiteral("push")});
+    cliOk({QStringLiteral("send"), id, QStringLiteral("add tags")});
+    finishJobs();
+    const QStringList panel = github(id);
+    EXPECT_TRUE(panel.contains(QStringLiteral("push version\t1.1")));
+    EXPECT_TRUE(panel.contains(QStringLiteral("linked\tdemo/website")));
+}
+
+TEST_F(ServiceRoadTest, UnlinkRemovesTheLink)
+{
+    const QString id = readyProject();
+    visitLibraryPage(id);
+    github(id, {QStringLiteral("link"), QStringLiteral("demo/website")});
+    github(id, {QStringLiteral("unlink")});
+    for (const QString& line : github(id))
+        EXPECT_FALSE(line.startsWith(QStringLiteral("linked"))) << line.toStdString();
+}
+
+TEST_F(ServiceRoadTest, LinkingAnUnknownRepositoryFails)
+{
+    const QString id = readyProject();
+    visitLibraryPage(id);
+    const ProcessResult result =
+        cli({QStringLiteral("github"), id, QStringLiteral("link"), QStringLiteral("someone/else")});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(errorLine(result), QStringLiteral("Repository not found"));
+}
+
+TEST_F(ServiceRoadTest, WorkerStatusIsOnlineByDefault)
+{
+    EXPECT_EQ(cliOk({QStringLiteral("worker-status")}), QStringLiteral("online\n"));
+}
+
+TEST_F(ServiceRoadTest, WorkerStatusShowsWhatControlSet)
+{
+    QJsonObject status;
+    status.insert(QStringLiteral("online"), false);
+    status.insert(QStringLiteral("delayed"), true);
+    status.insert(QStringLiteral("reason"), QStringLiteral("offline"));
+    control("PUT", QStringLiteral("control/worker-status"), status);
+    EXPECT_EQ(cliJson({QStringLiteral("worker-status"), QStringLiteral("--json")}), status);
+}
+
+TEST_F(ServiceRoadTest, OfflineWorkerKeepsJobsQueued)
+{
+    QJsonObject status;
+    status.insert(QStringLiteral("online"), false);
+    status.insert(QStringLiteral("delayed"), true);
+    control("PUT", QStringLiteral("control/worker-status"), status);
+    const QString id = newProject(QStringLiteral("a notes app"));
+    stepClock(3);
+    EXPECT_EQ(newestJob(id).value(QStringLiteral("status")), QJsonValue(QStringLiteral("queued")));
+}
+
+TEST_F(ServiceRoadTest, InjectedJsonErrorShowsItsMessage)
+{
+    QJsonObject body = fault(QStringLiteral("api/library"));
+    body.insert(QStringLiteral("status"), 503);
+    QJsonObject message;
+    message.insert(QStringLiteral("message"), QStringLiteral("The library is resting."));
+    body.insert(QStringLiteral("json"), message);
+    injectFault(body);
+    const ProcessResult result = cli({QStringLiteral("library")});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(errorLine(result), QStringLiteral("The library is resting."));
+}
+
+TEST_F(ServiceRoadTest, InjectedHtmlErrorGivesRequestFailed)
+{
+    QJsonObject body = fault(QStringLiteral("api/worker-status"));
+    body.insert(QStringLiteral("status"), 502);
+    body.insert(QStringLiteral("html"), QStringLiteral("<h1>Bad gateway</h1>"));
+    injectFault(body);
+    const ProcessResult result = cli({QStringLiteral("worker-status")});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(errorLine(result), QStringLiteral("Request failed (502)"));
+}
+
+TEST_F(ServiceRoadTest, InjectedFaultLastsForItsCount)
+{
+    QJsonObject body = fault(QStringLiteral("api/worker-status"));
+    body.insert(QStringLiteral("status"), 500);
+    body.insert(QStringLiteral("count"), 2);
+    injectFault(body);
+    EXPECT_EQ(cli({QStringLiteral("worker-status")}).exitCode, 1);
+    EXPECT_EQ(cli({QStringLiteral("worker-status")}).exitCode, 1);
+    EXPECT_EQ(cli({QStringLiteral("worker-status")}).exitCode, 0);
+}
+
+TEST_F(ServiceRoadTest, InjectedFaultMatchesAnyProjectWithAStar)
+{
+    const QString id = newProject(QStringLiteral("a notes app"));
+    QJsonObject body = fault(QStringLiteral("api/projects/*"));
+    body.insert(QStringLiteral("status"), 500);
+    body.insert(QStringLiteral("method"), QStringLiteral("GET"));
+    injectFault(body);
+    EXPECT_EQ(errorLine(cli({QStringLiteral("show"), id})), QStringLiteral("Injected failure"));
+}
+
+TEST_F(ServiceRoadTest, SlowReplyStillArrives)
+{
+    QJsonObject body = fault(QStringLiteral("api/worker-status"));
+    body.insert(QStringLiteral("delayMs"), 700);
+    injectFault(body);
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_EQ(cliOk({QStringLiteral("worker-status")}), QStringLiteral("online\n"));
+    EXPECT_GE(timer.elapsed(), 700);
+}
+
+TEST_F(ServiceRoadTest, TruncatedReplyFailsTheCommand)
+{
+    const QString id = newProject(QStringLiteral("a notes app"));
+    QJsonObject body = fault(QStringLiteral("api/projects/") + id);
+    body.insert(QStringLiteral("truncate"), true);
+    injectFault(body);
+    EXPECT_EQ(cli({QStringLiteral("show"), id}).exitCode, 1);
+    EXPECT_EQ(cli({QStringLiteral("show"), id}).exitCode, 0);
+}
+
+TEST_F(ServiceRoadTest, TruncatedDiskImageLeavesNothingInDownloads)
+{
+    const QString id = readyProject();
+    QJsonObject body = fault(QStringLiteral("files/**"));
+    body.insert(QStringLiteral("truncate"), true);
+    injectFault(body);
+    EXPECT_EQ(cli({QStringLiteral("download"), id, QStringLiteral("--dmg")}).exitCode, 1);
+    EXPECT_TRUE(downloadedImages().isEmpty()) << downloadedImages().join(QLatin1Char(' ')).toStdString();
+}
+
+TEST_F(ServiceRoadTest, DiskImageErrorStatusNamesTheStatus)
+{
+    const QString id = readyProject();
+    QJsonObject body = fault(QStringLiteral("files/**"));
+    body.insert(QStringLiteral("status"), 503);
+    injectFault(body);
+    const ProcessResult result = cli({QStringLiteral("download"), id, QStringLiteral("--dmg")});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(errorLine(result), QStringLiteral("The download failed (503)."));
+    EXPECT_TRUE(downloadedImages().isEmpty());
+}
+
+TEST_F(ServiceRoadTest, HtmlNotFoundForTheAppArchiveCannotBeUnpacked)
+{
+    const QString id = readyProject();
+    QJsonObject body = fault(QStringLiteral("files/**"));
+    body.insert(QStringLiteral("status"), 404);
+    body.insert(QStringLiteral("html"), QStringLiteral("<!DOCTYPE html><h1>Not found</h1>"));
+    injectFault(body);
+    const ProcessResult result = cli({QStringLiteral("download"), id, QStringLiteral("--zip")});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(errorLine(result), QStringLiteral("Could not unpack the downloaded app"));
+}
+
+TEST_F(ServiceRoadTest, RestartKeepsProjectsJobsAndTheirFiles)
+{
+    const QString id = readyProject();
+    startServer();
+    signInAsDemo();
+    const QJsonObject job = newestJob(id);
+    EXPECT_EQ(job.value(QStringLiteral("status")), QJsonValue(QStringLiteral("ready")));
+    EXPECT_EQ(job.value(QStringLiteral("version")), QJsonValue(QStringLiteral("1.0")));
+    const QString app = cliOk({QStringLiteral("download"), id, QStringLiteral("--zip")}).trimmed();
+    EXPECT_TRUE(app.endsWith(QStringLiteral("/Notes.app"))) << app.toStdString();
+}
+
+TEST_F(ServiceRoadTest, RestartKeepsFavoritesAndGithubLinks)
+{
+    const QString id = readyProject();
+    visitLibraryPage(id);
+    github(id, {QStringLiteral("link"), QStringLiteral("demo/website")});
+    cliOk({QStringLiteral("favorite"), QStringLiteral("recipe-box"), QStringLiteral("on")});
+    startServer();
+    signInAsDemo();
+    EXPECT_TRUE(github(id).contains(QStringLiteral("linked\tdemo/website")));
+    EXPECT_TRUE(cliOk({QStringLiteral("gallery"), QStringLiteral("--favorites")})
+                    .startsWith(QStringLiteral("recipe-box\t")));
+}
+
+TEST_F(ServiceRoadTest, RestartFinishesJobsThatWereRunning)
+{
+    const QString id = newProject(QStringLiteral("a notes app"));
+    stepClock(2);
+    startServer();
+    finishJobs();
+    signInAsDemo();
+    EXPECT_EQ(newestJob(id).value(QStringLiteral("status")), QJsonValue(QStringLiteral("ready")));
+}
+
+TEST_F(ServiceRoadTest, ControlInterfaceIsAbsentWithoutTheFlag)
+{
+    startServer({QStringLiteral("--speed"), QStringLiteral("3600")});
+    const Reply reply = controller->postJson(QStringLiteral("control/clock/step"), QJsonObject());
+    EXPECT_EQ(reply.status, 404);
+}
+
+TEST_F(ServiceRoadTest, ControlCallsAreNeverBroken)
+{
+    QJsonObject body = fault(QStringLiteral("control/clock/step"));
+    body.insert(QStringLiteral("status"), 500);
+    const Reply reply = controller->postJson(QStringLiteral("control/faults"), body);
+    EXPECT_EQ(reply.status, 400);
+}
