@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QJsonArray>
 
 using namespace brightloom::test;
@@ -285,6 +286,33 @@ TEST_F(ServiceRoadTest, RestartKeepsProjectsJobsAndTheirFiles)
     EXPECT_EQ(job.value(QStringLiteral("version")), QJsonValue(QStringLiteral("1.0")));
     const QString app = cliOk({QStringLiteral("download"), id, QStringLiteral("--zip")}).trimmed();
     EXPECT_TRUE(app.endsWith(QStringLiteral("/Notes.app"))) << app.toStdString();
+}
+
+TEST_F(ServiceRoadTest, RestartKeepsTheCommandLineSignedIn)
+{
+    startServer();
+    EXPECT_EQ(cliOk({QStringLiteral("session")}), QStringLiteral("signed in\n"));
+}
+
+TEST_F(ServiceRoadTest, TruncatedAppArchiveFailsAsAClosedConnection)
+{
+    const QString id = readyProject();
+    QJsonObject body = fault(QStringLiteral("files/*/app.zip"));
+    body.insert(QStringLiteral("truncate"), true);
+    injectFault(body);
+    const ProcessResult result = cli({QStringLiteral("download"), id, QStringLiteral("--zip")});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(errorLine(result), QStringLiteral("The download failed: Connection closed"));
+}
+
+TEST_F(ServiceRoadTest, SlowDownloadStillArrivesWhole)
+{
+    const QString id = readyProject();
+    QJsonObject body = fault(QStringLiteral("files/*/app.dmg"));
+    body.insert(QStringLiteral("delayMs"), 500);
+    injectFault(body);
+    const QString image = cliOk({QStringLiteral("download"), id, QStringLiteral("--dmg")}).trimmed();
+    EXPECT_EQ(QFileInfo(image).size(), 512 * 1024);
 }
 
 TEST_F(ServiceRoadTest, RestartKeepsFavoritesAndGithubLinks)
