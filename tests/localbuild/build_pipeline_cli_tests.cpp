@@ -1,0 +1,125 @@
+#include "child_process.h"
+#include "pipeline_fixture.h"
+#include "recording_server.h"
+#include "zip_maker.h"
+
+#include <QFileInfo>
+#include <gtest/gtest.h>
+
+using namespace brightloom::test;
+
+namespace {
+
+// brightloom-cli build-source with the stand-in developer tools: a source archive from a scripted
+// HTTPS server becomes a signed app in the Downloads folder.
+class BuildCommand : public PipelineTest
+{
+protected:
+    BuildCommand() : m_server(TestCertificate::shared().certificate, TestCertificate::shared().key)
+    {
+        m_home.setEnv("BRIGHTLOOM_CA_FILE", TestCertificate::shared().caFile.toUtf8());
+        m_home.setEnv("BRIGHTLOOM_URL", "https://service.example/");
+    }
+
+    QString serve(const QByteArray& archive)
+    {
+        ScriptedReply reply;
+        reply.body = archive;
+        reply.contentType = "application/zip";
+        m_server.on(QStringLiteral("/source.zip"), reply);
+        return m_server.baseUrl().toString() + QStringLiteral("source.zip");
+    }
+
+    static ZipMaker source(const QByteArray& swift = "import SwiftUI\n")
+    {
+        ZipMaker zip;
+        zip.file(QStringLiteral("Package.swift"),
+                 "// swift-tools-version:5.9\nimport PackageDescription\n"
+                 "let package = Package(name: \"App\", platforms: [.macOS(.v14)],\n"
+                 "    targets: [.executableTarget(name: \"App\")])\n")
+            .file(QStringLiteral("Sources/App/App.swift"), swift)
+            .file(QStringLiteral("app.json"), "{\"name\": \"Weather Now\"}");
+        return zip;
+    }
+
+    QString savedApp(const QString& job) const
+    {
+        return m_home.downloadsFolder() + QStringLiteral("/service.example/") + job +
+               QStringLiteral("/Weather-Now.app");
+    }
+
+    RecordingServer m_server;
+};
+
+TEST_F(BuildCommand, SourceBecomesASignedAppInDownloads)
+{
+    const auto result = runCli(QStringList() << QStringLiteral("build-source") << serve(source().zip())
+                                             << QStringLiteral("--job") << QStringLiteral("job-7"));
+    ASSERT_TRUE(result.finished);
+    EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+    EXPECT_EQ(result.out, savedApp(QStringLiteral("job-7")) + QLatin1Char('\n'));
+    EXPECT_TRUE(result.err.contains(QStringLiteral("Build complete!"))) << "the compiler's output is shown";
+    EXPECT_TRUE(
+        QFileInfo(savedApp(QStringLiteral("job-7")) + QStringLiteral("/Contents/MacOS/App")).isExecutable());
+    EXPECT_TRUE(
+        QFileInfo(savedApp(QStringLiteral("job-7")) + QStringLiteral("/Contents/_CodeSignature")).isDir());
+    EXPECT_EQ(readIcns(savedApp(QStringLiteral("job-7")) + QStringLiteral("/Contents/Resources/AppIcon.icns"))
+                  .size(),
+              10);
+    EXPECT_TRUE(readFile(savedApp(QStringLiteral("job-7")) + QStringLiteral("/Contents/Info.plist"))
+                    .contains("<key>CFBundleShortVersionString</key><string>1.0</string>"));
+}
+
+TEST_F(BuildCommand, VersionOptionGoesIntoTheInfoPlist)
+{
+    const auto result = runCli(QStringList() << QStringLiteral("build-source") << serve(source().zip())
+                                             << QStringLiteral("--job") << QStringLiteral("job-8")
+                                             << QStringLiteral("--version") << QStringLiteral("2.5"));
+    EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+    EXPECT_TRUE(readFile(savedApp(QStringLiteral("job-8")) + QStringLiteral("/Contents/Info.plist"))
+                    .contains("<key>CFBundleShortVersionString</key><string>2.5</string>"));
+}
+
+TEST_F(BuildCommand, AssetsThatCannotBeHadAreSkipped)
+{
+    ZipMaker zip = source();
+    zip.file(QStringLiteral("assets.json"), R"([{"repo": "http://github.com/acme/models", "paths": ["m"]}])");
+    const auto result = runCli(QStringList() << QStringLiteral("build-source") << serve(zip.zip())
+                                             << QStringLiteral("--job") << QStringLiteral("job-9"));
+    EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+    EXPECT_TRUE(
+        result.err.contains(QStringLiteral("Assets skipped: Refused to build this source: assets.json: "
+                                           "http://github.com/acme/models is not a GitHub repository\n")))
+        << result.err.toStdString();
+    EXPECT_EQ(result.out, savedApp(QStringLiteral("job-9")) + QLatin1Char('\n'));
+}
+
+TEST_F(BuildCommand, CompilerErrorsAreShownAndTheCommandFails)
+{
+    const auto result = runCli(QStringList() << QStringLiteral("build-source")
+                                             << serve(source("#error(\"missing view\")\n").zip())
+                                             << QStringLiteral("--job") << QStringLiteral("job-10"));
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.out.isEmpty());
+    EXPECT_TRUE(result.err.contains(QStringLiteral("/Sources/App/App.swift:1:1: error: missing view")))
+        << result.err.toStdString();
+    EXPECT_TRUE(
+        result.err.endsWith(QStringLiteral("The app did not compile; the compiler's output is above.\n")))
+        << result.err.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(m_home.downloadsFolder() + QStringLiteral("/service.example/job-10")));
+}
+
+TEST_F(BuildCommand, WithoutAToolchainTheVettedSourceFolderIsPrinted)
+{
+    m_home.setEnv("BRIGHTLOOM_TOOLS_DIR", work(QStringLiteral("no-tools")).toUtf8());
+    const auto result = runCli(QStringList() << QStringLiteral("build-source") << serve(source().zip())
+                                             << QStringLiteral("--job") << QStringLiteral("job-11"));
+    EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+    const QString folder = m_home.path() + QStringLiteral("/.local/share/Brightloom/Local/job-11");
+    EXPECT_EQ(result.out, folder + QLatin1Char('\n'));
+    EXPECT_TRUE(QFileInfo(folder + QStringLiteral("/Package.swift")).isFile());
+    EXPECT_TRUE(result.err.contains(QStringLiteral("not built"))) << result.err.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(m_home.downloadsFolder() + QStringLiteral("/service.example")));
+}
+
+} // namespace
