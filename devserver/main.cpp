@@ -14,6 +14,7 @@
 #include <QDir>
 #include <QStandardPaths>
 #include <cstdio>
+#include <memory>
 
 using namespace brightloom::devserver;
 
@@ -94,10 +95,16 @@ int main(int argc, char** argv)
         return fail(QString::fromUtf8(error.what()));
     }
 
-    DevServer server(options, store, tls);
+    // Starting fills the gallery of a new data folder, which may meet a broken database.
+    std::unique_ptr<DevServer> server;
+    try {
+        server = std::make_unique<DevServer>(options, store, tls);
+    } catch (const std::exception& error) {
+        return fail(QString::fromUtf8(error.what()));
+    }
     quitOnTerminationSignals();
     QString error;
-    const QUrl base = server.listen(&error);
+    const QUrl base = server->listen(&error);
     if (base.isEmpty())
         return fail(error);
     std::fprintf(stdout, "%s\n", qUtf8Printable(base.toString()));

@@ -61,7 +61,7 @@ const ZipEntry* entryNamed(const QList<ZipEntry>& entries, const QString& name)
     return nullptr;
 }
 
-class JobRoadTest : public RoadTest
+class DevServerJobsTest : public RoadTest
 {
 protected:
     void SetUp() override
@@ -89,7 +89,7 @@ protected:
 
 } // namespace
 
-TEST_F(JobRoadTest, NewProjectStartsWithAQueuedJobAndThePromptAsUserMessage)
+TEST_F(DevServerJobsTest, NewProjectStartsWithAQueuedJobAndThePromptAsUserMessage)
 {
     const QString id = newProject(QStringLiteral("a notes app with tags"));
     ASSERT_FALSE(id.isEmpty());
@@ -105,13 +105,13 @@ TEST_F(JobRoadTest, NewProjectStartsWithAQueuedJobAndThePromptAsUserMessage)
     EXPECT_FALSE(jobs[0].toObject().contains(QStringLiteral("mode")));
 }
 
-TEST_F(JobRoadTest, NewProjectIsListedFirst)
+TEST_F(DevServerJobsTest, NewProjectIsListedFirst)
 {
     const QString id = newProject(QStringLiteral("a pomodoro timer"));
     EXPECT_TRUE(cliOk({QStringLiteral("projects")}).startsWith(id + QStringLiteral("\tPomodoro Timer\n")));
 }
 
-TEST_F(JobRoadTest, EachStepMovesTheJobThroughBuildingStages)
+TEST_F(DevServerJobsTest, EachStepMovesTheJobThroughBuildingStages)
 {
     const QString id = newProject(QStringLiteral("a notes app"));
     QStringList stages;
@@ -127,7 +127,7 @@ TEST_F(JobRoadTest, EachStepMovesTheJobThroughBuildingStages)
     EXPECT_EQ(text(newestJob(id), "status"), QStringLiteral("ready"));
 }
 
-TEST_F(JobRoadTest, ReadyCloudJobHasEveryResultField)
+TEST_F(DevServerJobsTest, ReadyCloudJobHasEveryResultField)
 {
     const QJsonObject job = newestJob(readyProject(QStringLiteral("a notes app")));
     EXPECT_EQ(text(job, "status"), QStringLiteral("ready"));
@@ -143,7 +143,7 @@ TEST_F(JobRoadTest, ReadyCloudJobHasEveryResultField)
         << text(job, "createdAt").toStdString();
 }
 
-TEST_F(JobRoadTest, SecondMessageMakesVersionOnePointOneListedFirst)
+TEST_F(DevServerJobsTest, SecondMessageMakesVersionOnePointOneListedFirst)
 {
     const QString id = readyProject(QStringLiteral("a notes app"));
     cliOk({QStringLiteral("send"), id, QStringLiteral("add a dark mode")});
@@ -154,7 +154,7 @@ TEST_F(JobRoadTest, SecondMessageMakesVersionOnePointOneListedFirst)
     EXPECT_EQ(text(jobs[1].toObject(), "version"), QStringLiteral("1.0"));
 }
 
-TEST_F(JobRoadTest, MessageWhileTheJobRunsIsRefused)
+TEST_F(DevServerJobsTest, MessageWhileTheJobRunsIsRefused)
 {
     const QString id = newProject(QStringLiteral("a notes app"));
     const ProcessResult send = cli({QStringLiteral("send"), id, QStringLiteral("also tags")});
@@ -162,7 +162,7 @@ TEST_F(JobRoadTest, MessageWhileTheJobRunsIsRefused)
     EXPECT_EQ(errorLine(send), QStringLiteral("Wait for the current build to finish."));
 }
 
-TEST_F(JobRoadTest, DownloadZipGivesAnAppBundleWithAnExecutable)
+TEST_F(DevServerJobsTest, DownloadZipGivesAnAppBundleWithAnExecutable)
 {
     const QString id = readyProject(QStringLiteral("a notes app"));
     const QString app = cliOk({QStringLiteral("download"), id, QStringLiteral("--zip")}).trimmed();
@@ -176,7 +176,7 @@ TEST_F(JobRoadTest, DownloadZipGivesAnAppBundleWithAnExecutable)
     EXPECT_TRUE(executable.permissions().testFlag(QFileDevice::ExeOther));
 }
 
-TEST_F(JobRoadTest, DownloadDmgIsNamedByAppNameAndVersion)
+TEST_F(DevServerJobsTest, DownloadDmgIsNamedByAppNameAndVersion)
 {
     const QString id = readyProject(QStringLiteral("a notes app"));
     const QString image = cliOk({QStringLiteral("download"), id, QStringLiteral("--dmg")}).trimmed();
@@ -186,7 +186,7 @@ TEST_F(JobRoadTest, DownloadDmgIsNamedByAppNameAndVersion)
     EXPECT_EQ(second, downloadsFolder() + QStringLiteral("/127.0.0.1/Notes 1.0 2.dmg"));
 }
 
-TEST_F(JobRoadTest, DownloadBeforeAnyReadyJobFails)
+TEST_F(DevServerJobsTest, DownloadBeforeAnyReadyJobFails)
 {
     const QString id = newProject(QStringLiteral("a notes app"));
     const ProcessResult download = cli({QStringLiteral("download"), id});
@@ -194,7 +194,7 @@ TEST_F(JobRoadTest, DownloadBeforeAnyReadyJobFails)
     EXPECT_EQ(errorLine(download), QStringLiteral("This project has no ready build yet."));
 }
 
-TEST_F(JobRoadTest, FailNextJobEndsItFailedWithTheGivenError)
+TEST_F(DevServerJobsTest, FailNextJobEndsItFailedWithTheGivenError)
 {
     QJsonObject failure;
     failure.insert(QStringLiteral("error"), QStringLiteral("The build machine ran out of disk."));
@@ -205,7 +205,7 @@ TEST_F(JobRoadTest, FailNextJobEndsItFailedWithTheGivenError)
     EXPECT_FALSE(job.contains(QStringLiteral("downloadUrl")));
 }
 
-TEST_F(JobRoadTest, LocalProjectEndsWithAnHttpsSourceArchiveAndNoBuiltApp)
+TEST_F(DevServerJobsTest, LocalProjectEndsWithAnHttpsSourceArchiveAndNoBuiltApp)
 {
     const QJsonObject job =
         newestJob(readyProject(QStringLiteral("a notes app"), {QStringLiteral("--local")}));
@@ -215,7 +215,7 @@ TEST_F(JobRoadTest, LocalProjectEndsWithAnHttpsSourceArchiveAndNoBuiltApp)
     EXPECT_FALSE(job.contains(QStringLiteral("dmgUrl")));
 }
 
-TEST_F(JobRoadTest, SourceArchivePassesTheClientsVetting)
+TEST_F(DevServerJobsTest, SourceArchivePassesTheClientsVetting)
 {
     const QString id = readyProject(QStringLiteral("a notes app"), {QStringLiteral("--local")});
     const Reply reply = controller->get(text(newestJob(id), "sourceUrl"));
@@ -247,7 +247,7 @@ TEST_F(JobRoadTest, SourceArchivePassesTheClientsVetting)
     EXPECT_TRUE(QFile::exists(root + QStringLiteral("/icon.png")));
 }
 
-TEST_F(JobRoadTest, SourceArchiveDeclaresAssetsWhenThePromptAsksForAModel)
+TEST_F(DevServerJobsTest, SourceArchiveDeclaresAssetsWhenThePromptAsksForAModel)
 {
     const QString id =
         readyProject(QStringLiteral("a captioner with an on-device model"), {QStringLiteral("--local")});
@@ -257,7 +257,7 @@ TEST_F(JobRoadTest, SourceArchiveDeclaresAssetsWhenThePromptAsksForAModel)
     EXPECT_TRUE(assets->content.contains("\"repo\": \"https://github.com/"));
 }
 
-TEST_F(JobRoadTest, FixMessageMakesASourceFixJob)
+TEST_F(DevServerJobsTest, FixMessageMakesASourceFixJob)
 {
     const QString id = readyProject(QStringLiteral("a notes app"), {QStringLiteral("--local")});
     cliOk({QStringLiteral("send"), id, QStringLiteral("error: cannot find 'Foo' in scope"),
@@ -268,14 +268,14 @@ TEST_F(JobRoadTest, FixMessageMakesASourceFixJob)
     EXPECT_TRUE(text(newestJob(id), "sourceUrl").endsWith(QStringLiteral("/source.zip")));
 }
 
-TEST_F(JobRoadTest, PlainMessageOnALocalProjectMakesASourceJob)
+TEST_F(DevServerJobsTest, PlainMessageOnALocalProjectMakesASourceJob)
 {
     const QString id = readyProject(QStringLiteral("a notes app"), {QStringLiteral("--local")});
     cliOk({QStringLiteral("send"), id, QStringLiteral("add tags")});
     EXPECT_EQ(text(newestJob(id), "mode"), QStringLiteral("source"));
 }
 
-TEST_F(JobRoadTest, HostileSymlinkFaultPutsALinkInTheNextSourceArchive)
+TEST_F(DevServerJobsTest, HostileSymlinkFaultPutsALinkInTheNextSourceArchive)
 {
     QJsonObject fault;
     fault.insert(QStringLiteral("fault"), QStringLiteral("symlink"));
@@ -287,7 +287,7 @@ TEST_F(JobRoadTest, HostileSymlinkFaultPutsALinkInTheNextSourceArchive)
     EXPECT_NE(link, entries.cend());
 }
 
-TEST_F(JobRoadTest, HostileEscapeFaultPutsAnEntryOutsideTheFolder)
+TEST_F(DevServerJobsTest, HostileEscapeFaultPutsAnEntryOutsideTheFolder)
 {
     QJsonObject fault;
     fault.insert(QStringLiteral("fault"), QStringLiteral("escape"));
@@ -297,7 +297,7 @@ TEST_F(JobRoadTest, HostileEscapeFaultPutsAnEntryOutsideTheFolder)
     EXPECT_NE(entryNamed(entries, QStringLiteral("../x")), nullptr);
 }
 
-TEST_F(JobRoadTest, ForbiddenManifestFaultIsRefusedByTheVetting)
+TEST_F(DevServerJobsTest, ForbiddenManifestFaultIsRefusedByTheVetting)
 {
     QJsonObject fault;
     fault.insert(QStringLiteral("fault"), QStringLiteral("manifest"));
@@ -315,7 +315,7 @@ TEST_F(JobRoadTest, ForbiddenManifestFaultIsRefusedByTheVetting)
     }
 }
 
-TEST_F(JobRoadTest, CompileFaultPutsAnErrorDirectiveInTheSwiftCode)
+TEST_F(DevServerJobsTest, CompileFaultPutsAnErrorDirectiveInTheSwiftCode)
 {
     QJsonObject fault;
     fault.insert(QStringLiteral("fault"), QStringLiteral("compile"));
@@ -326,7 +326,7 @@ TEST_F(JobRoadTest, CompileFaultPutsAnErrorDirectiveInTheSwiftCode)
     EXPECT_TRUE(swift->content.contains("#error("));
 }
 
-TEST_F(JobRoadTest, SourceFaultAppliesOnlyToTheNextSourceJob)
+TEST_F(DevServerJobsTest, SourceFaultAppliesOnlyToTheNextSourceJob)
 {
     QJsonObject fault;
     fault.insert(QStringLiteral("fault"), QStringLiteral("compile"));
@@ -339,7 +339,7 @@ TEST_F(JobRoadTest, SourceFaultAppliesOnlyToTheNextSourceJob)
     EXPECT_FALSE(swift->content.contains("#error("));
 }
 
-TEST_F(JobRoadTest, ImportedRepositoryMakesAnUnsafeProject)
+TEST_F(DevServerJobsTest, ImportedRepositoryMakesAnUnsafeProject)
 {
     const QString id = newProject(QStringLiteral("build on this"),
                                   {QStringLiteral("--local"), QStringLiteral("--import-repo"),
@@ -348,7 +348,7 @@ TEST_F(JobRoadTest, ImportedRepositoryMakesAnUnsafeProject)
     EXPECT_TRUE(cliOk({QStringLiteral("projects")}).contains(id + QStringLiteral("\tWidgets\tunsafe\n")));
 }
 
-TEST_F(JobRoadTest, AnotherUsersProjectIsNotFound)
+TEST_F(DevServerJobsTest, AnotherUsersProjectIsNotFound)
 {
     const QString id = newProject(QStringLiteral("a notes app"));
     auto other = otherUser(QStringLiteral("other@example.test"));

@@ -18,7 +18,7 @@ QJsonObject at(const QJsonValue& array, int index)
     return array.toArray().at(index).toObject();
 }
 
-class LibraryRoadTest : public RoadTest
+class DevServerLibraryTest : public RoadTest
 {
 protected:
     void SetUp() override
@@ -61,7 +61,7 @@ protected:
 
 } // namespace
 
-TEST_F(LibraryRoadTest, LibraryListsOnlyBuiltAppsWithVersionsNewestFirst)
+TEST_F(DevServerLibraryTest, LibraryListsOnlyBuiltAppsWithVersionsNewestFirst)
 {
     const QString built = projectWithTwoVersions();
     newProject(QStringLiteral("a timer")); // still queued: not an app yet
@@ -81,7 +81,7 @@ TEST_F(LibraryRoadTest, LibraryListsOnlyBuiltAppsWithVersionsNewestFirst)
     EXPECT_FALSE(text(versions[0].toObject(), "downloadUrl").isEmpty());
 }
 
-TEST_F(LibraryRoadTest, TreeListsVersionsFromOnePointZeroDown)
+TEST_F(DevServerLibraryTest, TreeListsVersionsFromOnePointZeroDown)
 {
     const QString id = projectWithTwoVersions();
     const QJsonObject detail = library(id);
@@ -96,7 +96,7 @@ TEST_F(LibraryRoadTest, TreeListsVersionsFromOnePointZeroDown)
     EXPECT_EQ(tree[1].toObject().value(QStringLiteral("hiddenForks")), QJsonValue(0));
 }
 
-TEST_F(LibraryRoadTest, ForkAppearsUnderTheVersionItCameFromAsMine)
+TEST_F(DevServerLibraryTest, ForkAppearsUnderTheVersionItCameFromAsMine)
 {
     const QString id = projectWithTwoVersions();
     const QString firstJob = text(at(library(id).value(QStringLiteral("tree")), 0), "jobId");
@@ -111,7 +111,7 @@ TEST_F(LibraryRoadTest, ForkAppearsUnderTheVersionItCameFromAsMine)
     EXPECT_TRUE(tree[1].toObject().value(QStringLiteral("forks")).toArray().isEmpty());
 }
 
-TEST_F(LibraryRoadTest, ForkShowsItsOriginAndTheWholeTree)
+TEST_F(DevServerLibraryTest, ForkShowsItsOriginAndTheWholeTree)
 {
     const QString id = projectWithTwoVersions();
     const QString firstJob = text(at(library(id).value(QStringLiteral("tree")), 0), "jobId");
@@ -124,7 +124,7 @@ TEST_F(LibraryRoadTest, ForkShowsItsOriginAndTheWholeTree)
     EXPECT_EQ(text(detail.value(QStringLiteral("app")).toObject(), "projectId"), fork);
 }
 
-TEST_F(LibraryRoadTest, ForkIsAReadyProjectOfItsOwn)
+TEST_F(DevServerLibraryTest, ForkIsAReadyProjectOfItsOwn)
 {
     const QString id = projectWithTwoVersions();
     const QString job = text(at(library(id).value(QStringLiteral("tree")), 1), "jobId");
@@ -136,7 +136,7 @@ TEST_F(LibraryRoadTest, ForkIsAReadyProjectOfItsOwn)
     EXPECT_FALSE(text(newest, "downloadUrl").isEmpty());
 }
 
-TEST_F(LibraryRoadTest, OtherUsersPrivateForkIsOnlyCounted)
+TEST_F(DevServerLibraryTest, OtherUsersPrivateForkIsOnlyCounted)
 {
     const QString id = projectWithTwoVersions();
     const QString firstJob = text(at(library(id).value(QStringLiteral("tree")), 0), "jobId");
@@ -151,7 +151,7 @@ TEST_F(LibraryRoadTest, OtherUsersPrivateForkIsOnlyCounted)
     EXPECT_EQ(node.value(QStringLiteral("hiddenForks")), QJsonValue(1));
 }
 
-TEST_F(LibraryRoadTest, PrivateProjectOfAnotherUserCannotBeForked)
+TEST_F(DevServerLibraryTest, PrivateProjectOfAnotherUserCannotBeForked)
 {
     const QString id = projectWithTwoVersions();
     const QString firstJob = text(at(library(id).value(QStringLiteral("tree")), 0), "jobId");
@@ -163,7 +163,7 @@ TEST_F(LibraryRoadTest, PrivateProjectOfAnotherUserCannotBeForked)
     EXPECT_EQ(forked.message(), QStringLiteral("Template not found"));
 }
 
-TEST_F(LibraryRoadTest, LibraryOfAQueuedProjectIsNotFound)
+TEST_F(DevServerLibraryTest, LibraryOfAQueuedProjectIsNotFound)
 {
     const QString id = newProject(QStringLiteral("a timer"));
     const ProcessResult result = cli({QStringLiteral("library"), id});
@@ -171,7 +171,7 @@ TEST_F(LibraryRoadTest, LibraryOfAQueuedProjectIsNotFound)
     EXPECT_EQ(errorLine(result), QStringLiteral("This app has no finished version yet."));
 }
 
-TEST_F(LibraryRoadTest, GalleryHasAtLeastTwelveAppsSomeStarredSomeTemplates)
+TEST_F(DevServerLibraryTest, GalleryHasAtLeastTwelveAppsSomeStarredSomeTemplates)
 {
     const QJsonArray apps = galleryApps();
     EXPECT_GE(apps.size(), 12);
@@ -192,7 +192,7 @@ TEST_F(LibraryRoadTest, GalleryHasAtLeastTwelveAppsSomeStarredSomeTemplates)
     EXPECT_LT(templates, apps.size());
 }
 
-TEST_F(LibraryRoadTest, GalleryIconsArePngImages)
+TEST_F(DevServerLibraryTest, GalleryIconsArePngImages)
 {
     const QString iconUrl = text(galleryApps().first().toObject(), "iconUrl");
     const Reply icon = controller->get(iconUrl);
@@ -201,7 +201,7 @@ TEST_F(LibraryRoadTest, GalleryIconsArePngImages)
     EXPECT_TRUE(icon.body.startsWith("\x89PNG\r\n\x1a\n"));
 }
 
-TEST_F(LibraryRoadTest, GalleryTemplateForksIntoAReadyProject)
+TEST_F(DevServerLibraryTest, GalleryTemplateForksIntoAReadyProject)
 {
     const QString job = firstTemplateJob();
     ASSERT_FALSE(job.isEmpty());
@@ -213,7 +213,7 @@ TEST_F(LibraryRoadTest, GalleryTemplateForksIntoAReadyProject)
     EXPECT_EQ(detail.value(QStringLiteral("canTemplate")), QJsonValue(true));
 }
 
-TEST_F(LibraryRoadTest, FavoriteOnShowsUpInFavoritesOnly)
+TEST_F(DevServerLibraryTest, FavoriteOnShowsUpInFavoritesOnly)
 {
     const QString slug = text(galleryApps().at(3).toObject(), "slug");
     cliOk({QStringLiteral("favorite"), slug, QStringLiteral("on")});
@@ -225,7 +225,7 @@ TEST_F(LibraryRoadTest, FavoriteOnShowsUpInFavoritesOnly)
     EXPECT_EQ(text(favorites[0].toObject(), "slug"), slug);
 }
 
-TEST_F(LibraryRoadTest, FavoriteOffRemovesIt)
+TEST_F(DevServerLibraryTest, FavoriteOffRemovesIt)
 {
     const QString slug = text(galleryApps().at(3).toObject(), "slug");
     cliOk({QStringLiteral("favorite"), slug, QStringLiteral("on")});
@@ -233,7 +233,7 @@ TEST_F(LibraryRoadTest, FavoriteOffRemovesIt)
     EXPECT_EQ(cliOk({QStringLiteral("gallery"), QStringLiteral("--favorites")}), QString());
 }
 
-TEST_F(LibraryRoadTest, FavoritesBelongToOneUser)
+TEST_F(DevServerLibraryTest, FavoritesBelongToOneUser)
 {
     const QString slug = text(galleryApps().at(3).toObject(), "slug");
     cliOk({QStringLiteral("favorite"), slug, QStringLiteral("on")});
@@ -243,7 +243,7 @@ TEST_F(LibraryRoadTest, FavoritesBelongToOneUser)
     EXPECT_TRUE(slugs.json().value(QStringLiteral("slugs")).toArray().isEmpty());
 }
 
-TEST_F(LibraryRoadTest, FavoriteCountsThisServicesUsers)
+TEST_F(DevServerLibraryTest, FavoriteCountsThisServicesUsers)
 {
     const QJsonObject before = galleryApps().at(3).toObject();
     cliOk({QStringLiteral("favorite"), text(before, "slug"), QStringLiteral("on")});
@@ -252,7 +252,7 @@ TEST_F(LibraryRoadTest, FavoriteCountsThisServicesUsers)
               before.value(QStringLiteral("favorites")).toInt() + 1);
 }
 
-TEST_F(LibraryRoadTest, FavoriteOfAnUnknownAppFails)
+TEST_F(DevServerLibraryTest, FavoriteOfAnUnknownAppFails)
 {
     const ProcessResult result =
         cli({QStringLiteral("favorite"), QStringLiteral("no-such-app"), QStringLiteral("on")});
@@ -260,7 +260,7 @@ TEST_F(LibraryRoadTest, FavoriteOfAnUnknownAppFails)
     EXPECT_EQ(errorLine(result), QStringLiteral("App not found"));
 }
 
-TEST_F(LibraryRoadTest, FavoriteAsAStringIsRefused)
+TEST_F(DevServerLibraryTest, FavoriteAsAStringIsRefused)
 {
     auto other = otherUser(QStringLiteral("other@example.test"));
     const QString slug = text(galleryApps().at(0).toObject(), "slug");
@@ -270,7 +270,7 @@ TEST_F(LibraryRoadTest, FavoriteAsAStringIsRefused)
     EXPECT_EQ(reply.message(), QStringLiteral("Field \"favorite\" must be a Boolean"));
 }
 
-TEST_F(LibraryRoadTest, GalleryPageOfAnAppIsHtml)
+TEST_F(DevServerLibraryTest, GalleryPageOfAnAppIsHtml)
 {
     const QJsonObject app = galleryApps().at(0).toObject();
     const Reply page = controller->get(QStringLiteral("apps/") + text(app, "slug"));

@@ -11,7 +11,7 @@ using namespace brightloom::test;
 
 namespace {
 
-class ServiceRoadTest : public RoadTest
+class DevServerServicesTest : public RoadTest
 {
 protected:
     void SetUp() override
@@ -62,14 +62,14 @@ protected:
 
 } // namespace
 
-TEST_F(ServiceRoadTest, GithubPanelAsksToConnectFirst)
+TEST_F(DevServerServicesTest, GithubPanelAsksToConnectFirst)
 {
     const QString id = readyProject();
     EXPECT_EQ(github(id),
               (QStringList{QStringLiteral("state\tconnect"), QStringLiteral("push version\t1.0")}));
 }
 
-TEST_F(ServiceRoadTest, VisitingTheLibraryPageConnectsGithub)
+TEST_F(DevServerServicesTest, VisitingTheLibraryPageConnectsGithub)
 {
     const QString id = readyProject();
     visitLibraryPage(id);
@@ -77,14 +77,14 @@ TEST_F(ServiceRoadTest, VisitingTheLibraryPageConnectsGithub)
                                        QStringLiteral("push version\t1.0")}));
 }
 
-TEST_F(ServiceRoadTest, GithubReposNeedAConnectedAccount)
+TEST_F(DevServerServicesTest, GithubReposNeedAConnectedAccount)
 {
     const ProcessResult result = cli({QStringLiteral("github"), readyProject(), QStringLiteral("repos")});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(errorLine(result), QStringLiteral("Connect GitHub first."));
 }
 
-TEST_F(ServiceRoadTest, ConnectedAccountListsItsRepositories)
+TEST_F(DevServerServicesTest, ConnectedAccountListsItsRepositories)
 {
     const QString id = readyProject();
     visitLibraryPage(id);
@@ -93,7 +93,7 @@ TEST_F(ServiceRoadTest, ConnectedAccountListsItsRepositories)
                            QStringLiteral("demo/website")}));
 }
 
-TEST_F(ServiceRoadTest, LinkedProjectShowsItsRepository)
+TEST_F(DevServerServicesTest, LinkedProjectShowsItsRepository)
 {
     const QString id = readyProject();
     visitLibraryPage(id);
@@ -101,7 +101,7 @@ TEST_F(ServiceRoadTest, LinkedProjectShowsItsRepository)
     EXPECT_TRUE(github(id).contains(QStringLiteral("linked\tdemo/website")));
 }
 
-TEST_F(ServiceRoadTest, PushSendsTheNewestVersionOnce)
+TEST_F(DevServerServicesTest, PushSendsTheNewestVersionOnce)
 {
     const QString id = readyProject();
     visitLibraryPage(id);
@@ -117,7 +117,7 @@ TEST_F(ServiceRoadTest, PushSendsTheNewestVersionOnce)
     EXPECT_TRUE(github(id).contains(QStringLiteral("linked\tdemo/website\tup to date")));
 }
 
-TEST_F(ServiceRoadTest, NewVersionMakesTheLinkOutOfDate)
+TEST_F(DevServerServicesTest, NewVersionMakesTheLinkOutOfDate)
 {
     const QString id = readyProject();
     visitLibraryPage(id);
@@ -130,7 +130,7 @@ TEST_F(ServiceRoadTest, NewVersionMakesTheLinkOutOfDate)
     EXPECT_TRUE(panel.contains(QStringLiteral("linked\tdemo/website")));
 }
 
-TEST_F(ServiceRoadTest, UnlinkRemovesTheLink)
+TEST_F(DevServerServicesTest, UnlinkRemovesTheLink)
 {
     const QString id = readyProject();
     visitLibraryPage(id);
@@ -140,7 +140,7 @@ TEST_F(ServiceRoadTest, UnlinkRemovesTheLink)
         EXPECT_FALSE(line.startsWith(QStringLiteral("linked"))) << line.toStdString();
 }
 
-TEST_F(ServiceRoadTest, LinkingAnUnknownRepositoryFails)
+TEST_F(DevServerServicesTest, LinkingAnUnknownRepositoryFails)
 {
     const QString id = readyProject();
     visitLibraryPage(id);
@@ -150,12 +150,12 @@ TEST_F(ServiceRoadTest, LinkingAnUnknownRepositoryFails)
     EXPECT_EQ(errorLine(result), QStringLiteral("Repository not found"));
 }
 
-TEST_F(ServiceRoadTest, WorkerStatusIsOnlineByDefault)
+TEST_F(DevServerServicesTest, WorkerStatusIsOnlineByDefault)
 {
     EXPECT_EQ(cliOk({QStringLiteral("worker-status")}), QStringLiteral("online\n"));
 }
 
-TEST_F(ServiceRoadTest, WorkerStatusShowsWhatControlSet)
+TEST_F(DevServerServicesTest, WorkerStatusShowsWhatControlSet)
 {
     QJsonObject status;
     status.insert(QStringLiteral("online"), false);
@@ -165,7 +165,7 @@ TEST_F(ServiceRoadTest, WorkerStatusShowsWhatControlSet)
     EXPECT_EQ(cliJson({QStringLiteral("worker-status"), QStringLiteral("--json")}), status);
 }
 
-TEST_F(ServiceRoadTest, OfflineWorkerKeepsJobsQueued)
+TEST_F(DevServerServicesTest, OfflineWorkerKeepsJobsQueued)
 {
     QJsonObject status;
     status.insert(QStringLiteral("online"), false);
@@ -176,7 +176,7 @@ TEST_F(ServiceRoadTest, OfflineWorkerKeepsJobsQueued)
     EXPECT_EQ(newestJob(id).value(QStringLiteral("status")), QJsonValue(QStringLiteral("queued")));
 }
 
-TEST_F(ServiceRoadTest, InjectedJsonErrorShowsItsMessage)
+TEST_F(DevServerServicesTest, InjectedJsonErrorShowsItsMessage)
 {
     QJsonObject body = fault(QStringLiteral("api/library"));
     body.insert(QStringLiteral("status"), 503);
@@ -189,7 +189,7 @@ TEST_F(ServiceRoadTest, InjectedJsonErrorShowsItsMessage)
     EXPECT_EQ(errorLine(result), QStringLiteral("The library is resting."));
 }
 
-TEST_F(ServiceRoadTest, InjectedHtmlErrorGivesRequestFailed)
+TEST_F(DevServerServicesTest, InjectedHtmlErrorGivesRequestFailed)
 {
     QJsonObject body = fault(QStringLiteral("api/worker-status"));
     body.insert(QStringLiteral("status"), 502);
@@ -200,7 +200,7 @@ TEST_F(ServiceRoadTest, InjectedHtmlErrorGivesRequestFailed)
     EXPECT_EQ(errorLine(result), QStringLiteral("Request failed (502)"));
 }
 
-TEST_F(ServiceRoadTest, InjectedFaultLastsForItsCount)
+TEST_F(DevServerServicesTest, InjectedFaultLastsForItsCount)
 {
     QJsonObject body = fault(QStringLiteral("api/worker-status"));
     body.insert(QStringLiteral("status"), 500);
@@ -211,7 +211,7 @@ TEST_F(ServiceRoadTest, InjectedFaultLastsForItsCount)
     EXPECT_EQ(cli({QStringLiteral("worker-status")}).exitCode, 0);
 }
 
-TEST_F(ServiceRoadTest, InjectedFaultMatchesAnyProjectWithAStar)
+TEST_F(DevServerServicesTest, InjectedFaultMatchesAnyProjectWithAStar)
 {
     const QString id = newProject(QStringLiteral("a notes app"));
     QJsonObject body = fault(QStringLiteral("api/projects/*"));
@@ -221,7 +221,7 @@ TEST_F(ServiceRoadTest, InjectedFaultMatchesAnyProjectWithAStar)
     EXPECT_EQ(errorLine(cli({QStringLiteral("show"), id})), QStringLiteral("Injected failure"));
 }
 
-TEST_F(ServiceRoadTest, SlowReplyStillArrives)
+TEST_F(DevServerServicesTest, SlowReplyStillArrives)
 {
     QJsonObject body = fault(QStringLiteral("api/worker-status"));
     body.insert(QStringLiteral("delayMs"), 700);
@@ -232,7 +232,7 @@ TEST_F(ServiceRoadTest, SlowReplyStillArrives)
     EXPECT_GE(timer.elapsed(), 700);
 }
 
-TEST_F(ServiceRoadTest, TruncatedReplyFailsTheCommand)
+TEST_F(DevServerServicesTest, TruncatedReplyFailsTheCommand)
 {
     const QString id = newProject(QStringLiteral("a notes app"));
     QJsonObject body = fault(QStringLiteral("api/projects/") + id);
@@ -242,7 +242,7 @@ TEST_F(ServiceRoadTest, TruncatedReplyFailsTheCommand)
     EXPECT_EQ(cli({QStringLiteral("show"), id}).exitCode, 0);
 }
 
-TEST_F(ServiceRoadTest, TruncatedDiskImageLeavesNothingInDownloads)
+TEST_F(DevServerServicesTest, TruncatedDiskImageLeavesNothingInDownloads)
 {
     const QString id = readyProject();
     QJsonObject body = fault(QStringLiteral("files/**"));
@@ -252,7 +252,7 @@ TEST_F(ServiceRoadTest, TruncatedDiskImageLeavesNothingInDownloads)
     EXPECT_TRUE(downloadedImages().isEmpty()) << downloadedImages().join(QLatin1Char(' ')).toStdString();
 }
 
-TEST_F(ServiceRoadTest, DiskImageErrorStatusNamesTheStatus)
+TEST_F(DevServerServicesTest, DiskImageErrorStatusNamesTheStatus)
 {
     const QString id = readyProject();
     QJsonObject body = fault(QStringLiteral("files/**"));
@@ -264,7 +264,7 @@ TEST_F(ServiceRoadTest, DiskImageErrorStatusNamesTheStatus)
     EXPECT_TRUE(downloadedImages().isEmpty());
 }
 
-TEST_F(ServiceRoadTest, HtmlNotFoundForTheAppArchiveCannotBeUnpacked)
+TEST_F(DevServerServicesTest, HtmlNotFoundForTheAppArchiveCannotBeUnpacked)
 {
     const QString id = readyProject();
     QJsonObject body = fault(QStringLiteral("files/**"));
@@ -276,7 +276,7 @@ TEST_F(ServiceRoadTest, HtmlNotFoundForTheAppArchiveCannotBeUnpacked)
     EXPECT_EQ(errorLine(result), QStringLiteral("Could not unpack the downloaded app"));
 }
 
-TEST_F(ServiceRoadTest, RestartKeepsProjectsJobsAndTheirFiles)
+TEST_F(DevServerServicesTest, RestartKeepsProjectsJobsAndTheirFiles)
 {
     const QString id = readyProject();
     startServer();
@@ -288,13 +288,13 @@ TEST_F(ServiceRoadTest, RestartKeepsProjectsJobsAndTheirFiles)
     EXPECT_TRUE(app.endsWith(QStringLiteral("/Notes.app"))) << app.toStdString();
 }
 
-TEST_F(ServiceRoadTest, RestartKeepsTheCommandLineSignedIn)
+TEST_F(DevServerServicesTest, RestartKeepsTheCommandLineSignedIn)
 {
     startServer();
     EXPECT_EQ(cliOk({QStringLiteral("session")}), QStringLiteral("signed in\n"));
 }
 
-TEST_F(ServiceRoadTest, TruncatedAppArchiveFailsAsAClosedConnection)
+TEST_F(DevServerServicesTest, TruncatedAppArchiveFailsAsAClosedConnection)
 {
     const QString id = readyProject();
     QJsonObject body = fault(QStringLiteral("files/*/app.zip"));
@@ -305,7 +305,7 @@ TEST_F(ServiceRoadTest, TruncatedAppArchiveFailsAsAClosedConnection)
     EXPECT_EQ(errorLine(result), QStringLiteral("The download failed: Connection closed"));
 }
 
-TEST_F(ServiceRoadTest, SlowDownloadStillArrivesWhole)
+TEST_F(DevServerServicesTest, SlowDownloadStillArrivesWhole)
 {
     const QString id = readyProject();
     QJsonObject body = fault(QStringLiteral("files/*/app.dmg"));
@@ -315,7 +315,7 @@ TEST_F(ServiceRoadTest, SlowDownloadStillArrivesWhole)
     EXPECT_EQ(QFileInfo(image).size(), 512 * 1024);
 }
 
-TEST_F(ServiceRoadTest, RestartKeepsFavoritesAndGithubLinks)
+TEST_F(DevServerServicesTest, RestartKeepsFavoritesAndGithubLinks)
 {
     const QString id = readyProject();
     visitLibraryPage(id);
@@ -328,7 +328,7 @@ TEST_F(ServiceRoadTest, RestartKeepsFavoritesAndGithubLinks)
                     .startsWith(QStringLiteral("recipe-box\t")));
 }
 
-TEST_F(ServiceRoadTest, RestartFinishesJobsThatWereRunning)
+TEST_F(DevServerServicesTest, RestartFinishesJobsThatWereRunning)
 {
     const QString id = newProject(QStringLiteral("a notes app"));
     stepClock(2);
@@ -338,14 +338,14 @@ TEST_F(ServiceRoadTest, RestartFinishesJobsThatWereRunning)
     EXPECT_EQ(newestJob(id).value(QStringLiteral("status")), QJsonValue(QStringLiteral("ready")));
 }
 
-TEST_F(ServiceRoadTest, ControlInterfaceIsAbsentWithoutTheFlag)
+TEST_F(DevServerServicesTest, ControlInterfaceIsAbsentWithoutTheFlag)
 {
     startServer({QStringLiteral("--speed"), QStringLiteral("3600")});
     const Reply reply = controller->postJson(QStringLiteral("control/clock/step"), QJsonObject());
     EXPECT_EQ(reply.status, 404);
 }
 
-TEST_F(ServiceRoadTest, ControlCallsAreNeverBroken)
+TEST_F(DevServerServicesTest, ControlCallsAreNeverBroken)
 {
     QJsonObject body = fault(QStringLiteral("control/clock/step"));
     body.insert(QStringLiteral("status"), 500);
