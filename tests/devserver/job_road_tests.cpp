@@ -4,6 +4,7 @@
 #include "localbuild/source_fetch.h"
 #include "localbuild/zip_extraction.h"
 #include "road_fixture.h"
+#include "task_runner.h"
 
 #include <QDir>
 #include <QFile>
@@ -125,6 +126,16 @@ TEST_F(DevServerJobsTest, EachStepMovesTheJobThroughBuildingStages)
                                    QStringLiteral("compiling"), QStringLiteral("signing")}));
     stepClock();
     EXPECT_EQ(text(newestJob(id), "status"), QStringLiteral("ready"));
+}
+
+TEST_F(DevServerJobsTest, ClockTicksOnItsOwnAtTheGivenSpeed)
+{
+    startServer({QStringLiteral("--speed"), QStringLiteral("0.05")});
+    signInAsDemo();
+    const QString id = newProject(QStringLiteral("a notes app"));
+    const bool ready = spinUntil([&] { return text(newestJob(id), "status") == QLatin1String("ready"); },
+                                 std::chrono::seconds(10));
+    EXPECT_TRUE(ready) << text(newestJob(id), "status").toStdString();
 }
 
 TEST_F(DevServerJobsTest, ReadyCloudJobHasEveryResultField)

@@ -77,6 +77,14 @@ TEST_F(DevServerServicesTest, VisitingTheLibraryPageConnectsGithub)
                                        QStringLiteral("push version\t1.0")}));
 }
 
+TEST_F(DevServerServicesTest, LibraryPageWithoutASessionAsksToSignIn)
+{
+    const Reply page = controller->get(QStringLiteral("library/") + readyProject());
+    EXPECT_EQ(page.status, 401);
+    EXPECT_TRUE(page.contentType.startsWith("text/html"));
+    EXPECT_TRUE(page.body.contains("native-sign-in"));
+}
+
 TEST_F(DevServerServicesTest, GithubReposNeedAConnectedAccount)
 {
     const ProcessResult result = cli({QStringLiteral("github"), readyProject(), QStringLiteral("repos")});
@@ -219,6 +227,15 @@ TEST_F(DevServerServicesTest, InjectedFaultMatchesAnyProjectWithAStar)
     body.insert(QStringLiteral("method"), QStringLiteral("GET"));
     injectFault(body);
     EXPECT_EQ(errorLine(cli({QStringLiteral("show"), id})), QStringLiteral("Injected failure"));
+}
+
+TEST_F(DevServerServicesTest, ClearingFaultsForgetsThem)
+{
+    QJsonObject body = fault(QStringLiteral("api/worker-status"));
+    body.insert(QStringLiteral("status"), 500);
+    injectFault(body);
+    control("DELETE", QStringLiteral("control/faults"));
+    EXPECT_EQ(cli({QStringLiteral("worker-status")}).exitCode, 0);
 }
 
 TEST_F(DevServerServicesTest, SlowReplyStillArrives)
