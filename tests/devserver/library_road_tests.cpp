@@ -81,6 +81,18 @@ TEST_F(DevServerLibraryTest, LibraryListsOnlyBuiltAppsWithVersionsNewestFirst)
     EXPECT_FALSE(text(versions[0].toObject(), "downloadUrl").isEmpty());
 }
 
+TEST_F(DevServerLibraryTest, ImportedAppIsUnsafeAndKeepsNoSource)
+{
+    newProject(QStringLiteral("build on this"), {QStringLiteral("--local"), QStringLiteral("--import-repo"),
+                                                 QStringLiteral("https://github.com/acme/widgets")});
+    finishJobs();
+    const QJsonObject app =
+        at(cliJson({QStringLiteral("library"), QStringLiteral("--json")}).value(QStringLiteral("apps")), 0);
+    EXPECT_EQ(app.value(QStringLiteral("unsafe")), QJsonValue(true));
+    EXPECT_EQ(at(app.value(QStringLiteral("versions")), 0).value(QStringLiteral("hasSource")),
+              QJsonValue(false));
+}
+
 TEST_F(DevServerLibraryTest, TreeListsVersionsFromOnePointZeroDown)
 {
     const QString id = projectWithTwoVersions();

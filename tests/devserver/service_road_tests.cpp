@@ -69,6 +69,15 @@ TEST_F(DevServerServicesTest, GithubPanelAsksToConnectFirst)
               (QStringList{QStringLiteral("state\tconnect"), QStringLiteral("push version\t1.0")}));
 }
 
+TEST_F(DevServerServicesTest, BuildWithoutSourceOffersNothingToPush)
+{
+    const QString id = newProject(QStringLiteral("build on this"),
+                                  {QStringLiteral("--local"), QStringLiteral("--import-repo"),
+                                   QStringLiteral("https://github.com/acme/widgets")});
+    finishJobs();
+    EXPECT_EQ(github(id), QStringList{QStringLiteral("state\tconnect")});
+}
+
 TEST_F(DevServerServicesTest, VisitingTheLibraryPageConnectsGithub)
 {
     const QString id = readyProject();
