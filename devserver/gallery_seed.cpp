@@ -108,10 +108,10 @@ void seedGallery(Store& store)
         app.views = seed.views;
         app.favorites = seed.favorites;
         if (seed.isTemplate && owner) {
-            NewProject spec;
-            spec.name = app.name;
-            spec.templatePublic = true;
-            const Project project = store.createProject(owner->id, spec);
+            NewProject draft;
+            draft.name = app.name;
+            draft.templatePublic = true;
+            const Project project = store.createProject(owner->id, draft);
             Job job;
             job.projectId = project.id;
             job.prompt = QString::fromUtf8(seed.prompt);

@@ -177,12 +177,12 @@ QHttpServerResponse forkTemplate(DevServer& server, const Request& request)
     if (!origin->hasSource)
         throw HttpError{StatusCode::Conflict,
                         QStringLiteral("This version did not keep its source, so it cannot be a template.")};
-    NewProject spec;
-    spec.name = origin->appName;
-    spec.mode = source->mode;
-    spec.forkedFrom = origin->id;
-    spec.unsafe = source->unsafe;
-    const Project fork = server.store().createProject(session.userId, spec);
+    NewProject draft;
+    draft.name = origin->appName;
+    draft.mode = source->mode;
+    draft.forkedFrom = origin->id;
+    draft.unsafe = source->unsafe;
+    const Project fork = server.store().createProject(session.userId, draft);
     server.store().addMessage(fork.id, QStringLiteral("assistant"),
                               QStringLiteral("Started from version %1 of %2. Tell me what to change.")
                                   .arg(origin->version, origin->appName));

@@ -44,32 +44,32 @@ QHttpServerResponse createProject(DevServer& server, const Request& request)
     const Session session = server.requireSession(request.http);
     const QJsonObject body = jsonObjectBody(request.http);
     const QString prompt = requiredText(body, QStringLiteral("prompt"));
-    NewProject spec;
-    spec.mode = optionalText(body, QStringLiteral("mode"));
-    if (!spec.mode.isEmpty() && spec.mode != QLatin1String("source"))
-        throw HttpError{StatusCode::BadRequest, QStringLiteral("Unknown mode \"%1\"").arg(spec.mode)};
-    spec.importRepo = optionalText(body, QStringLiteral("importRepo"));
-    spec.importRef = optionalText(body, QStringLiteral("importRef"));
-    if (!spec.importRef.isEmpty() && spec.importRepo.isEmpty())
+    NewProject draft;
+    draft.mode = optionalText(body, QStringLiteral("mode"));
+    if (!draft.mode.isEmpty() && draft.mode != QLatin1String("source"))
+        throw HttpError{StatusCode::BadRequest, QStringLiteral("Unknown mode \"%1\"").arg(draft.mode)};
+    draft.importRepo = optionalText(body, QStringLiteral("importRepo"));
+    draft.importRef = optionalText(body, QStringLiteral("importRef"));
+    if (!draft.importRef.isEmpty() && draft.importRepo.isEmpty())
         throw HttpError{StatusCode::BadRequest, QStringLiteral("importRef needs importRepo")};
-    spec.name = appNameFromPrompt(prompt);
-    if (!spec.importRepo.isEmpty()) {
+    draft.name = appNameFromPrompt(prompt);
+    if (!draft.importRepo.isEmpty()) {
         // Someone else's code goes into the app: the person must have said they accept that.
         if (body.value(QStringLiteral("acknowledgeUnsafe")) != QJsonValue(true))
             throw HttpError{StatusCode::BadRequest,
                             QStringLiteral("Importing a repository needs acknowledgeUnsafe set to true")};
-        const QString repoName = importedRepoName(spec.importRepo);
-        spec.name = repoName.left(1).toUpper() + repoName.mid(1);
-        spec.unsafe = true;
+        const QString repoName = importedRepoName(draft.importRepo);
+        draft.name = repoName.left(1).toUpper() + repoName.mid(1);
+        draft.unsafe = true;
     }
-    const Project project = server.store().createProject(session.userId, spec);
+    const Project project = server.store().createProject(session.userId, draft);
     server.store().addMessage(project.id, QStringLiteral("user"), prompt);
     server.store().addMessage(
         project.id, QStringLiteral("assistant"),
-        spec.importRepo.isEmpty()
+        draft.importRepo.isEmpty()
             ? QStringLiteral("Building %1 for you now.").arg(project.name)
-            : QStringLiteral("Importing %1 and building on top of it.").arg(spec.importRepo));
-    server.clock().startJob(project, prompt, spec.mode);
+            : QStringLiteral("Importing %1 and building on top of it.").arg(draft.importRepo));
+    server.clock().startJob(project, prompt, draft.mode);
     QJsonObject reply;
     reply.insert(QStringLiteral("id"), project.id);
     return jsonResponse(reply);

@@ -85,13 +85,13 @@ QList<Project> Store::projects(const QString& userId)
 
 Project Store::createProject(const QString& userId, const QString& name, std::optional<bool> unsafe)
 {
-    NewProject spec;
-    spec.name = name;
-    spec.unsafe = unsafe;
-    return createProject(userId, spec);
+    NewProject draft;
+    draft.name = name;
+    draft.unsafe = unsafe;
+    return createProject(userId, draft);
 }
 
-Project Store::createProject(const QString& userId, const NewProject& spec)
+Project Store::createProject(const QString& userId, const NewProject& draft)
 {
     const QString id = newId();
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
@@ -99,9 +99,10 @@ Project Store::createProject(const QString& userId, const NewProject& spec)
     run(QStringLiteral("INSERT INTO projects (id, user_id, name, unsafe, created_at, ordering, mode, "
                        "template_public, forked_from, import_repo, import_ref) VALUES (?, ?, ?, ?, ?, "
                        "(SELECT COALESCE(MAX(ordering), 0) + 1 FROM projects), ?, ?, ?, ?, ?)"),
-        {id, userId, spec.name, spec.unsafe ? QVariant(*spec.unsafe) : QVariant(QMetaType::fromType<bool>()),
-         now, nullableText(spec.mode), spec.templatePublic, nullableText(spec.forkedFrom),
-         nullableText(spec.importRepo), nullableText(spec.importRef)});
+        {id, userId, draft.name,
+         draft.unsafe ? QVariant(*draft.unsafe) : QVariant(QMetaType::fromType<bool>()), now,
+         nullableText(draft.mode), draft.templatePublic, nullableText(draft.forkedFrom),
+         nullableText(draft.importRepo), nullableText(draft.importRef)});
     return *project(id);
 }
 
@@ -170,19 +171,20 @@ QList<Message> Store::messages(const QString& projectId)
     return messages;
 }
 
-Job Store::createJob(Job spec)
+Job Store::createJob(Job draft)
 {
-    spec.id = newId();
-    spec.fileKey = newToken();
-    spec.createdAt = QDateTime::currentMSecsSinceEpoch();
+    draft.id = newId();
+    draft.fileKey = newToken();
+    draft.createdAt = QDateTime::currentMSecsSinceEpoch();
     run(QStringLiteral("INSERT INTO jobs (id, project_id, ordering, created_at, mode, prompt, status, step, "
                        "stage, app_name, version, summary, error, has_source, file_key, source_fault, "
                        "fail_with, copied_from) VALUES (?, ?, (SELECT COALESCE(MAX(ordering), 0) + 1 FROM "
                        "jobs), ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
-        {spec.id, spec.projectId, spec.createdAt, text(spec.mode), text(spec.prompt), spec.status, spec.step,
-         text(spec.stage), text(spec.appName), text(spec.version), text(spec.summary), text(spec.error),
-         spec.hasSource, spec.fileKey, text(spec.sourceFault), text(spec.failWith), text(spec.copiedFrom)});
-    return spec;
+        {draft.id, draft.projectId, draft.createdAt, text(draft.mode), text(draft.prompt), draft.status,
+         draft.step, text(draft.stage), text(draft.appName), text(draft.version), text(draft.summary),
+         text(draft.error), draft.hasSource, draft.fileKey, text(draft.sourceFault), text(draft.failWith),
+         text(draft.copiedFrom)});
+    return draft;
 }
 
 void Store::saveJob(const Job& job)

@@ -146,7 +146,7 @@ public:
 
     QList<Project> projects(const QString& userId); // newest first
     Project createProject(const QString& userId, const QString& name, std::optional<bool> unsafe = {});
-    Project createProject(const QString& userId, const NewProject& spec);
+    Project createProject(const QString& userId, const NewProject& draft);
     std::optional<Project> project(const QString& id);
     QList<Project> forksOf(const QString& jobId); // oldest first
     void setTemplatePublic(const QString& projectId, bool templatePublic);
@@ -157,7 +157,7 @@ public:
     Message addMessage(const QString& projectId, const QString& role, const QString& content);
     QList<Message> messages(const QString& projectId); // oldest first
 
-    Job createJob(Job spec); // fills in id, file key and creation time
+    Job createJob(Job draft); // fills in id, file key and creation time
     void saveJob(const Job& job);
     std::optional<Job> job(const QString& id);
     std::optional<Job> jobByFileKey(const QString& fileKey);
