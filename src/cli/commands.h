@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QStringList>
+#include <chrono>
+#include <optional>
 #include <qcoro/qcorotask.h>
 
 namespace brightloom {
@@ -44,5 +46,15 @@ QCoro::Task<int> workerStatus(API& api, QStringList words);
 
 // The local build: fetch and vet a job's source, printing its project folder.
 QCoro::Task<int> buildSource(API& api, QStringList words);
+
+// Following a project's newest job to its end, building source jobs on this machine.
+QCoro::Task<int> follow(API& api, QStringList words);
+// Polls every `interval` instead of the screen's own rhythm when given. Answers 0 when the newest
+// job is built, 1 when it failed.
+QCoro::Task<int> followProject(API& api, QString projectId,
+                               std::optional<std::chrono::milliseconds> interval);
+class Arguments;
+// The --interval option in seconds, if given.
+std::optional<std::chrono::milliseconds> pollInterval(const Arguments& args);
 
 } // namespace brightloom::cli

@@ -3,7 +3,7 @@
 #include "console.h"
 #include "service/api.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QTimer>
 #include <cstdio>
 
@@ -28,6 +28,7 @@ const QList<CommandInfo>& commands()
         {"github", &github, "github PROJECT [repos|link REPO|unlink|push] [--json]"},
         {"worker-status", &workerStatus, "worker-status [--json]"},
         {"build-source", &buildSource, "build-source URL --job ID"},
+        {"follow", &follow, "follow PROJECT [--interval SECONDS]"},
     };
     return list;
 }
@@ -75,12 +76,26 @@ QCoro::Task<> runCommand(QStringList words)
     QCoreApplication::exit(status);
 }
 
+// Qt's own warnings go to standard error like any other, less the one a headless session always
+// earns: the offscreen platform asks for a runtime folder that only desktop sessions have.
+void filterQtMessages(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (type == QtWarningMsg && message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set")))
+        return;
+    std::fputs(qFormatLogMessage(type, context, message).toLocal8Bit().append('\n').constData(), stderr);
+}
+
 } // namespace
 } // namespace brightloom::cli
 
 int main(int argc, char** argv)
 {
-    QCoreApplication app(argc, argv);
+    // Local builds draw app icons, which needs fonts and so a GUI application; the offscreen
+    // platform keeps the command line free of any display.
+    qInstallMessageHandler(brightloom::cli::filterQtMessages);
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Brightloom"));
     QCoreApplication::setApplicationName(QStringLiteral("Brightloom"));
     const QStringList words = QCoreApplication::arguments().mid(1);

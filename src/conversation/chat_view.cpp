@@ -1,0 +1,240 @@
+#include "chat_view.h"
+
+#include "localbuild/local_builds.h"
+#include "service/api.h"
+
+#include <QRegularExpression>
+#include <qcoro/qcorotimer.h>
+
+namespace brightloom {
+
+ChatView::ChatView(API& api, LocalBuilds& local, Project project, Desktop* desktop, QObject* parent)
+    : QObject(parent), m_api(&api), m_local(&local), m_project(std::move(project)), m_desktop(desktop)
+{
+    // The local build area reads the controller's states, so their changes are the screen's too.
+    connect(&local, &LocalBuilds::statesChanged, this, &ChatView::statusChanged);
+}
+
+ChatView::~ChatView() = default;
+
+void ChatView::setPrompt(const QString& prompt)
+{
+    if (m_prompt == prompt)
+        return;
+    m_prompt = prompt;
+    Q_EMIT promptChanged();
+}
+
+std::optional<Job> ChatView::latest() const
+{
+    if (m_jobs.isEmpty())
+        return std::nullopt;
+    return m_jobs.front();
+}
+
+int ChatView::fixesSoFar() const
+{
+    int count = 0;
+    for (const Job& job : m_jobs) {
+        if (job.mode != QStringLiteral("source-fix"))
+            break;
+        ++count;
+    }
+    return count;
+}
+
+bool ChatView::isActive(const Job& job)
+{
+    return job.status == QLatin1String("queued") || job.status == QLatin1String("building");
+}
+
+QString ChatView::stageKey(const Job& job)
+{
+    return job.id + QLatin1Char('|') + job.status + QLatin1Char('|') + job.stage.value_or(QString());
+}
+
+std::optional<QDateTime> ChatView::parseCreatedAt(const std::optional<QString>& text)
+{
+    // Internet date-times only: a date, "T", a time with or without a fraction, and a zone.
+    static const QRegularExpression internetDateTime(
+        QStringLiteral(R"(^\d{4}-\d{2}-\d{2}T\d{2}:\d{2}:\d{2}(\.\d+)?(Z|[+-]\d{2}:\d{2})$)"),
+        QRegularExpression::CaseInsensitiveOption);
+    if (!text || !internetDateTime.match(*text).hasMatch())
+        return std::nullopt;
+    const QDateTime parsed = QDateTime::fromString(*text, Qt::ISODateWithMs);
+    if (!parsed.isValid())
+        return std::nullopt;
+    return parsed.toUTC();
+}
+
+QCoro::Task<> ChatView::refresh()
+{
+    QPointer<ChatView> self(this);
+    if (!m_api)
+        co_return;
+    std::optional<ProjectDetail> detail;
+    try {
+        detail = co_await m_api->detail(m_project.id);
+    } catch (...) {
+        // A failed refresh is silent: the next poll tries again.
+    }
+    if (!self)
+        co_return;
+    if (!detail) {
+        Q_EMIT refreshed();
+        co_return;
+    }
+
+    const bool messagesDiffer =
+        detail->messages.size() != m_messages.size() ||
+        !std::equal(detail->messages.cbegin(), detail->messages.cend(), m_messages.cbegin(),
+                    [](const Message& a, const Message& b) {
+                        return a.id == b.id && a.role == b.role && a.content == b.content;
+                    });
+    if (messagesDiffer) {
+        m_messages = std::move(detail->messages);
+        Q_EMIT messagesChanged();
+    }
+
+    const std::optional<Job> before = latest();
+    const std::optional<Job> after =
+        detail->jobs.isEmpty() ? std::nullopt : std::optional<Job>(detail->jobs.front());
+    const bool newestChanged = before.has_value() != after.has_value() ||
+                               (before && (before->id != after->id || before->status != after->status));
+    if (newestChanged) {
+        setDownloadedApp(std::nullopt);
+        setSavedDmg(std::nullopt);
+    }
+
+    m_jobs = std::move(detail->jobs);
+    Q_EMIT jobsChanged();
+
+    if (after && isActive(*after)) {
+        const QString key = stageKey(*after);
+        if (!m_stageSince.contains(key)) {
+            std::optional<QDateTime> since;
+            if (after->status == QLatin1String("queued"))
+                since = parseCreatedAt(after->createdAt);
+            m_stageSince.insert(key, since.value_or(QDateTime::currentDateTimeUtc()));
+            Q_EMIT stageSinceChanged();
+        }
+    }
+
+    if (!m_loaded) {
+        m_loaded = true;
+        Q_EMIT loadedChanged();
+    }
+    Q_EMIT statusChanged();
+
+    if (after && after->status == QLatin1String("ready") &&
+        (after->mode == QStringLiteral("source") || after->mode == QStringLiteral("source-fix")) && m_local &&
+        m_api)
+        m_local->handle(m_project.id, *after, fixesSoFar(), *m_api);
+    Q_EMIT refreshed();
+}
+
+void ChatView::startPolling()
+{
+    if (m_polling)
+        return;
+    m_polling = true;
+    poll();
+}
+
+// Ends at the first step after the screen is gone; a wait in progress then runs out first.
+QCoro::Task<> ChatView::poll()
+{
+    QPointer<ChatView> self(this);
+    while (self) {
+        co_await refresh();
+        if (!self)
+            co_return;
+        const std::optional<Job> newest = latest();
+        if (!m_loaded || (newest && isActive(*newest))) {
+            co_await QCoro::sleepFor(m_intervals.active);
+            continue;
+        }
+        const auto extra = m_intervals.becameActive;
+        co_await QCoro::sleepFor(m_intervals.idle);
+        if (!self)
+            co_return;
+        const std::optional<Job> now = latest();
+        if (now && isActive(*now))
+            co_await QCoro::sleepFor(extra);
+    }
+}
+
+void ChatView::send()
+{
+    const QString text = m_prompt.trimmed();
+    if (text.isEmpty())
+        return;
+    const std::optional<Job> newest = latest();
+    if (newest && isActive(*newest))
+        return;
+    setError(std::nullopt);
+    sendText(text);
+}
+
+QCoro::Task<> ChatView::sendText(QString text)
+{
+    QPointer<ChatView> self(this);
+    bool ok = false;
+    std::optional<QString> failure;
+    try {
+        if (!m_api)
+            co_return;
+        co_await m_api->send(text, m_project.id, false);
+        ok = true;
+    } catch (const std::exception& e) {
+        failure = QString::fromUtf8(e.what());
+    }
+    if (!self)
+        co_return;
+    if (ok) {
+        setPrompt(QString());
+        co_await refresh();
+        if (!self)
+            co_return;
+    } else {
+        setError(failure);
+    }
+    Q_EMIT sent(ok);
+}
+
+void ChatView::setError(std::optional<QString> error)
+{
+    if (m_error == error)
+        return;
+    m_error = std::move(error);
+    Q_EMIT errorChanged();
+}
+
+void ChatView::setDownloading(bool downloading)
+{
+    if (m_downloading == downloading)
+        return;
+    m_downloading = downloading;
+    Q_EMIT downloadingChanged();
+    Q_EMIT statusChanged();
+}
+
+void ChatView::setDownloadedApp(std::optional<QString> path)
+{
+    if (m_downloadedApp == path)
+        return;
+    m_downloadedApp = std::move(path);
+    Q_EMIT downloadedAppChanged();
+    Q_EMIT statusChanged();
+}
+
+void ChatView::setSavedDmg(std::optional<QString> path)
+{
+    if (m_savedDmg == path)
+        return;
+    m_savedDmg = std::move(path);
+    Q_EMIT savedDmgChanged();
+    Q_EMIT statusChanged();
+}
+
+} // namespace brightloom

@@ -1,0 +1,254 @@
+#include "local_builds.h"
+
+#include "app/user_defaults.h"
+#include "service/api.h"
+#include "service/api_error.h"
+
+#include <QFileInfo>
+#include <QVariantMap>
+#include <exception>
+
+namespace brightloom {
+
+const QString LocalBuilds::savedKey = QStringLiteral("localBuiltApps");
+
+namespace {
+
+constexpr qsizetype logLimit = 4000;
+
+// The newest `limit` characters, never starting inside a surrogate pair.
+QString newest(const QString& text, qsizetype limit)
+{
+    if (text.size() <= limit)
+        return text;
+    QString tail = text.right(limit);
+    if (tail.front().isLowSurrogate())
+        tail.remove(0, 1);
+    return tail;
+}
+
+QString describe(const std::exception_ptr& error)
+{
+    try {
+        std::rethrow_exception(error);
+    } catch (const std::exception& e) {
+        return QString::fromUtf8(e.what());
+    } catch (...) {
+        return QStringLiteral("The build stopped for an unknown reason.");
+    }
+}
+
+// The remembered apps, or nothing when the stored value has another form than job id → path.
+std::optional<QVariantMap> rememberedApps(QSettings& settings)
+{
+    const QVariant value = settings.value(LocalBuilds::savedKey);
+    if (!value.isValid() || value.typeId() != QMetaType::QVariantMap)
+        return std::nullopt;
+    QVariantMap map = value.toMap();
+    for (auto it = map.cbegin(); it != map.cend(); ++it) {
+        if (it.value().typeId() != QMetaType::QString)
+            return std::nullopt;
+    }
+    return map;
+}
+
+} // namespace
+
+LocalBuilds::LocalBuilds(QObject* parent) : LocalBuilds(LocalPipeline::standard(), parent) {}
+
+LocalBuilds::LocalBuilds(LocalPipeline pipeline, QObject* parent)
+    : QObject(parent), m_pipeline(std::move(pipeline))
+{}
+
+LocalBuilds::~LocalBuilds() = default;
+
+std::optional<LocalState> LocalBuilds::state(const QString& job) const
+{
+    const auto it = m_states.constFind(job);
+    if (it == m_states.cend())
+        return std::nullopt;
+    return *it;
+}
+
+void LocalBuilds::remove(const QString& job)
+{
+    if (m_states.remove(job) > 0)
+        Q_EMIT statesChanged();
+}
+
+void LocalBuilds::setToolchain(std::optional<QString> version)
+{
+    if (m_toolchain == version)
+        return;
+    m_toolchain = std::move(version);
+    Q_EMIT toolchainChanged();
+}
+
+void LocalBuilds::setToolchainChecked(bool checked)
+{
+    if (m_toolchainChecked == checked)
+        return;
+    m_toolchainChecked = checked;
+    Q_EMIT toolchainCheckedChanged();
+}
+
+void LocalBuilds::handle(const QString& project, const Job& job, int fixesSoFar, API& api)
+{
+    const bool sourceMode =
+        job.mode && (*job.mode == QLatin1String("source") || *job.mode == QLatin1String("source-fix"));
+    if (job.status != QLatin1String("ready") || !sourceMode || !job.sourceUrl)
+        return;
+    if (m_states.contains(job.id) || m_running.contains(job.id))
+        return;
+
+    LocalState state;
+    state.attempt = fixesSoFar;
+    if (const auto app = saved(job.id)) {
+        state.phase = LocalState::Phase::done;
+        state.app = *app;
+        m_states.insert(job.id, state);
+        Q_EMIT statesChanged();
+        return;
+    }
+    m_running.insert(job.id);
+    m_states.insert(job.id, state);
+    Q_EMIT statesChanged();
+    build(project, job, *job.sourceUrl, fixesSoFar, QPointer<API>(&api));
+}
+
+// Every step's failure is caught here: nobody awaits this task, so an escaping exception would be
+// lost along with the job's state.
+QCoro::Task<> LocalBuilds::build(QString project, Job job, QString sourceUrl, int fixesSoFar,
+                                 QPointer<API> api)
+{
+    QPointer<LocalBuilds> self(this);
+    const QString id = job.id;
+    std::exception_ptr failure;
+    try {
+        if (!api)
+            throw APIError(QStringLiteral("The service client is gone."));
+        const QString dir = co_await m_pipeline.fetchSource(*api, sourceUrl, id);
+        if (!self)
+            co_return;
+
+        try {
+            co_await m_pipeline.fetchAssets(dir, appender(id));
+        } catch (...) {
+            if (self)
+                append(id, QStringLiteral("Assets skipped: ") + describe(std::current_exception()) +
+                               QLatin1Char('\n'));
+        }
+        if (!self)
+            co_return;
+
+        set(id, [](LocalState& s) { s.phase = LocalState::Phase::compiling; });
+        const std::optional<QString> errors = co_await m_pipeline.compile(dir, appender(id));
+        if (!self)
+            co_return;
+
+        if (!errors) {
+            set(id, [](LocalState& s) { s.phase = LocalState::Phase::packaging; });
+            const QString app = co_await m_pipeline.package(dir, id, job.version);
+            if (!self)
+                co_return;
+            remember(id, app);
+            set(id, [app](LocalState& s) {
+                s.phase = LocalState::Phase::done;
+                s.app = app;
+            });
+        } else if (fixesSoFar >= fixLimit) {
+            set(id, [](LocalState& s) {
+                s.phase = LocalState::Phase::failed;
+                s.error = QStringLiteral("Still not compiling after 3 fix attempts.");
+            });
+        } else {
+            set(id, [](LocalState& s) { s.phase = LocalState::Phase::askingForFix; });
+            const QString prompt = fixPrompt(*errors, dir);
+            if (!api)
+                throw APIError(QStringLiteral("The service client is gone."));
+            co_await api->send(prompt, project, true);
+            if (!self)
+                co_return;
+        }
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (!self)
+        co_return;
+    if (failure) {
+        const QString text = describe(failure);
+        set(id, [text](LocalState& s) {
+            s.phase = LocalState::Phase::failed;
+            s.error = text;
+        });
+    }
+    finish(id);
+}
+
+void LocalBuilds::finish(const QString& job)
+{
+    m_running.remove(job);
+    Q_EMIT finished(job);
+}
+
+LocalPipeline::Log LocalBuilds::appender(const QString& job)
+{
+    QPointer<LocalBuilds> self(this);
+    return [self, job](const QString& chunk) {
+        // Runs on the tools' output thread: the chunk is handed to the main thread, and dropped
+        // there if the controller is gone by then.
+        QObject* context = self.data();
+        if (!context)
+            return;
+        QMetaObject::invokeMethod(
+            context,
+            [self, job, chunk] {
+                if (self)
+                    self->append(job, chunk);
+            },
+            Qt::QueuedConnection);
+    };
+}
+
+std::optional<QString> LocalBuilds::saved(const QString& job) const
+{
+    auto settings = userDefaults();
+    const auto apps = rememberedApps(*settings);
+    if (!apps || !apps->contains(job))
+        return std::nullopt;
+    const QString path = apps->value(job).toString();
+    if (path.isEmpty() || !QFileInfo::exists(path))
+        return std::nullopt;
+    return path;
+}
+
+void LocalBuilds::remember(const QString& job, const QString& app)
+{
+    auto settings = userDefaults();
+    QVariantMap apps = rememberedApps(*settings).value_or(QVariantMap());
+    apps.insert(job, QFileInfo(app).absoluteFilePath());
+    settings->setValue(savedKey, apps);
+    settings->sync();
+}
+
+void LocalBuilds::append(const QString& job, const QString& text)
+{
+    const auto it = m_states.find(job);
+    if (it == m_states.end())
+        return;
+    it->log = newest(it->log + text, logLimit);
+    Q_EMIT statesChanged();
+}
+
+void LocalBuilds::set(const QString& job, const std::function<void(LocalState&)>& change)
+{
+    const auto it = m_states.find(job);
+    if (it == m_states.end())
+        return;
+    LocalState copy = *it;
+    change(copy);
+    *it = std::move(copy);
+    Q_EMIT statesChanged();
+}
+
+} // namespace brightloom

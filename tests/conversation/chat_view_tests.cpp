@@ -1,0 +1,514 @@
+#include "app/desktop.h"
+#include "conversation/chat_view.h"
+#include "localbuild/local_builds.h"
+#include "qt_printers.h"
+#include "recording_server.h"
+#include "service/api.h"
+#include "task_runner.h"
+#include "temp_home.h"
+
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <gtest/gtest.h>
+
+using namespace brightloom;
+using namespace brightloom::test;
+
+namespace {
+
+class RecordingDesktop final : public Desktop
+{
+public:
+    void open(const QUrl& url) override { opened.append(url.toLocalFile()); }
+    void reveal(const QString& path) override { revealed.append(path); }
+    QStringList opened;
+    QStringList revealed;
+};
+
+QJsonObject job(const QString& id, const QString& status, const QString& mode = {}, const QString& stage = {})
+{
+    QJsonObject o{{QStringLiteral("id"), id}, {QStringLiteral("status"), status}};
+    if (!mode.isEmpty())
+        o.insert(QStringLiteral("mode"), mode);
+    if (!stage.isEmpty())
+        o.insert(QStringLiteral("stage"), stage);
+    return o;
+}
+
+// A service whose project detail the test rewrites between refreshes.
+class ChatViewTest : public ::testing::Test
+{
+protected:
+    ChatViewTest()
+    {
+        home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
+        server.setHandler([this](const RecordedRequest& request) {
+            if (request.method == "GET" && request.path() == QLatin1String("/api/projects/p1")) {
+                if (detailFails)
+                    return ScriptedReply::json(500, R"({"message":"Down for maintenance"})");
+                QJsonObject detail{{QStringLiteral("project"),
+                                    QJsonObject{{QStringLiteral("id"), QStringLiteral("p1")},
+                                                {QStringLiteral("name"), QStringLiteral("Notes")}}},
+                                   {QStringLiteral("messages"), messages},
+                                   {QStringLiteral("jobs"), jobs}};
+                return ScriptedReply::json(200, QJsonDocument(detail).toJson(QJsonDocument::Compact));
+            }
+            if (request.method == "POST" && request.path() == QLatin1String("/api/projects/p1/messages"))
+                return sendReply;
+            if (request.path().startsWith(QLatin1String("/files/")))
+                return fileReply;
+            return ScriptedReply::json(404, R"({"message":"Not found"})");
+        });
+    }
+
+    Project project() const { return Project{QStringLiteral("p1"), QStringLiteral("Notes"), std::nullopt}; }
+
+    void refresh(ChatView& view)
+    {
+        const auto done = run(view.refresh());
+        ASSERT_TRUE(done.ok()) << done.errorText().toStdString();
+    }
+
+    int detailRequests() const { return server.requestsTo(QStringLiteral("/api/projects/p1")).size(); }
+    int sendRequests() const { return server.requestsTo(QStringLiteral("/api/projects/p1/messages")).size(); }
+
+    TempHome home;
+    RecordingServer server;
+    QJsonArray jobs;
+    QJsonArray messages;
+    bool detailFails = false;
+    ScriptedReply sendReply = ScriptedReply::json(200, "{}");
+    ScriptedReply fileReply = ScriptedReply::json(404, "{}");
+    RecordingDesktop desktop;
+};
+
+} // namespace
+
+TEST_F(ChatViewTest, StartsEmptyAndNotLoaded)
+{
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    EXPECT_FALSE(view.loaded());
+    EXPECT_TRUE(view.messages().isEmpty());
+    EXPECT_TRUE(view.jobs().isEmpty());
+    EXPECT_FALSE(view.latest());
+    EXPECT_EQ(view.status().kind, StatusArea::Kind::none);
+}
+
+TEST_F(ChatViewTest, RefreshReadsMessagesAndJobsNewestFirst)
+{
+    messages.append(QJsonObject{{QStringLiteral("id"), QStringLiteral("m1")},
+                                {QStringLiteral("role"), QStringLiteral("user")},
+                                {QStringLiteral("content"), QStringLiteral("A timer")}});
+    jobs.append(job(QStringLiteral("j2"), QStringLiteral("ready")));
+    jobs.append(job(QStringLiteral("j1"), QStringLiteral("failed")));
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    refresh(view);
+    EXPECT_TRUE(view.loaded());
+    ASSERT_EQ(view.messages().size(), 1);
+    EXPECT_EQ(view.messages()[0].content, QStringLiteral("A timer"));
+    ASSERT_TRUE(view.latest());
+    EXPECT_EQ(view.latest()->id, QStringLiteral("j2"));
+}
+
+TEST_F(ChatViewTest, FailedRefreshChangesNothingAndShowsNoError)
+{
+    jobs.append(job(QStringLiteral("j1"), QStringLiteral("ready")));
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    detailFails = true;
+    refresh(view);
+    EXPECT_FALSE(view.loaded());
+    EXPECT_FALSE(view.error());
+    detailFails = false;
+    refresh(view);
+    jobs = QJsonArray{job(QStringLiteral("j9"), QStringLiteral("queued"))};
+    detailFails = true;
+    refresh(view);
+    EXPECT_TRUE(view.loaded());
+    EXPECT_EQ(view.latest()->id, QStringLiteral("j1"));
+    EXPECT_FALSE(view.error());
+}
+
+TEST_F(ChatViewTest, BlankPromptSendsNothingAndKeepsThePrompt)
+{
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    refresh(view);
+    view.setPrompt(QStringLiteral("  \n\t "));
+    view.send();
+    spinUntil([] { return false; }, std::chrono::milliseconds(50));
+    EXPECT_EQ(sendRequests(), 0);
+    EXPECT_EQ(view.prompt(), QStringLiteral("  \n\t "));
+}
+
+TEST_F(ChatViewTest, PromptWhileTheNewestJobIsQueuedOrBuildingSendsNothingAndKeepsIt)
+{
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    for (const char* status : {"queued", "building"}) {
+        jobs = QJsonArray{job(QStringLiteral("j1"), QString::fromLatin1(status))};
+        refresh(view);
+        view.setPrompt(QStringLiteral("Make it blue"));
+        view.send();
+        spinUntil([] { return false; }, std::chrono::milliseconds(50));
+        EXPECT_EQ(sendRequests(), 0) << status;
+        EXPECT_EQ(view.prompt(), QStringLiteral("Make it blue"));
+    }
+}
+
+TEST_F(ChatViewTest, SendPostsTheTrimmedTextClearsThePromptAndRefreshes)
+{
+    jobs.append(job(QStringLiteral("j1"), QStringLiteral("ready")));
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    refresh(view);
+    const int before = detailRequests();
+    QSignalSpy sent(&view, &ChatView::sent);
+    view.setPrompt(QStringLiteral("  Make it blue \n"));
+    view.send();
+    ASSERT_TRUE(spinUntil([&] { return sent.size() == 1; }));
+    EXPECT_TRUE(sent[0][0].toBool());
+    const auto posted = server.requestsTo(QStringLiteral("/api/projects/p1/messages"));
+    ASSERT_EQ(posted.size(), 1);
+    EXPECT_EQ(QJsonDocument::fromJson(posted[0].body).object(),
+              (QJsonObject{{QStringLiteral("prompt"), QStringLiteral("Make it blue")}}));
+    EXPECT_TRUE(view.prompt().isEmpty());
+    EXPECT_EQ(detailRequests(), before + 1);
+}
+
+TEST_F(ChatViewTest, FailedSendShowsTheErrorAndKeepsThePromptUntilTheNextSend)
+{
+    sendReply = ScriptedReply::json(429, R"({"message":"Slow down"})");
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    refresh(view);
+    QSignalSpy sent(&view, &ChatView::sent);
+    view.setPrompt(QStringLiteral("Make it blue"));
+    view.send();
+    ASSERT_TRUE(spinUntil([&] { return sent.size() == 1; }));
+    EXPECT_EQ(view.error(), QStringLiteral("Slow down"));
+    EXPECT_EQ(view.prompt(), QStringLiteral("Make it blue"));
+    sendReply = ScriptedReply::json(200, "{}");
+    view.send();
+    EXPECT_FALSE(view.error()) << "a new send clears the old error at once";
+    ASSERT_TRUE(spinUntil([&] { return sent.size() == 2; }));
+}
+
+TEST_F(ChatViewTest, QueuedThenBuildingGetsANewStageKeySoTheCounterRestarts)
+{
+    QJsonObject queued = job(QStringLiteral("j1"), QStringLiteral("queued"));
+    queued.insert(QStringLiteral("createdAt"), QStringLiteral("2024-05-01T10:00:00Z"));
+    jobs = QJsonArray{queued};
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    refresh(view);
+    const QDateTime queuedSince = view.status().since;
+    jobs = QJsonArray{job(QStringLiteral("j1"), QStringLiteral("building"), {}, QStringLiteral("compiling"))};
+    refresh(view);
+    EXPECT_EQ(view.stageSince().size(), 2);
+    EXPECT_TRUE(view.stageSince().contains(QStringLiteral("j1|building|compiling")));
+    EXPECT_GT(view.status().since, queuedSince);
+}
+
+TEST_F(ChatViewTest, StageTextChangeRestartsTheCounterAndAKnownKeyKeepsItsStart)
+{
+    jobs = QJsonArray{job(QStringLiteral("j1"), QStringLiteral("building"), {}, QStringLiteral("planning"))};
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    refresh(view);
+    const QDateTime planning = view.status().since;
+    refresh(view);
+    EXPECT_EQ(view.status().since, planning) << "an existing entry is never overwritten";
+    jobs = QJsonArray{job(QStringLiteral("j1"), QStringLiteral("building"), {}, QStringLiteral("signing"))};
+    refresh(view);
+    EXPECT_TRUE(view.stageSince().contains(QStringLiteral("j1|building|signing")));
+    EXPECT_TRUE(view.stageSince().contains(QStringLiteral("j1|building|planning")));
+    EXPECT_EQ(view.stageSince().size(), 2);
+}
+
+TEST_F(ChatViewTest, QueuedJobCountsFromItsCreationWithOrWithoutFractionalSeconds)
+{
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    QJsonObject withFraction = job(QStringLiteral("a"), QStringLiteral("queued"));
+    withFraction.insert(QStringLiteral("createdAt"), QStringLiteral("2024-05-01T10:00:00.123Z"));
+    jobs = QJsonArray{withFraction};
+    refresh(view);
+    EXPECT_EQ(view.stageSince().value(QStringLiteral("a|queued|")),
+              QDateTime(QDate(2024, 5, 1), QTime(10, 0, 0, 123), Qt::UTC));
+    QJsonObject without = job(QStringLiteral("b"), QStringLiteral("queued"));
+    without.insert(QStringLiteral("createdAt"), QStringLiteral("2024-05-01T10:00:00Z"));
+    jobs = QJsonArray{without};
+    refresh(view);
+    EXPECT_EQ(view.stageSince().value(QStringLiteral("b|queued|")),
+              QDateTime(QDate(2024, 5, 1), QTime(10, 0, 0), Qt::UTC));
+}
+
+TEST_F(ChatViewTest, QueuedJobWithAnUnreadableCreationTimeCountsFromTheFirstRefreshThatSawIt)
+{
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    QJsonObject odd = job(QStringLiteral("a"), QStringLiteral("queued"));
+    odd.insert(QStringLiteral("createdAt"), QStringLiteral("yesterday at noon"));
+    jobs = QJsonArray{odd};
+    const QDateTime before = QDateTime::currentDateTimeUtc();
+    refresh(view);
+    const QDateTime since = view.stageSince().value(QStringLiteral("a|queued|"));
+    EXPECT_GE(since, before);
+    EXPECT_LE(since, QDateTime::currentDateTimeUtc());
+    refresh(view);
+    EXPECT_EQ(view.stageSince().value(QStringLiteral("a|queued|")), since);
+}
+
+TEST_F(ChatViewTest, NewJobOrNewStatusOfTheNewestJobDropsTheSavedDownloads)
+{
+    QJsonObject ready = job(QStringLiteral("j1"), QStringLiteral("ready"));
+    ready.insert(QStringLiteral("dmgUrl"),
+                 QString(server.baseUrl().toString() + QStringLiteral("files/Notes.dmg")));
+    jobs = QJsonArray{ready};
+    fileReply = ScriptedReply::html(200, "disk image bytes");
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project(), &desktop);
+    refresh(view);
+    const DownloadArea area = view.downloadArea(*view.latest());
+    view.trigger(area.buttons.value(0));
+    ASSERT_TRUE(spinUntil([&] { return view.savedDmg().has_value() && !view.downloading(); }));
+    refresh(view);
+    EXPECT_TRUE(view.savedDmg()) << "the same newest job keeps what was saved";
+
+    jobs = QJsonArray{job(QStringLiteral("j2"), QStringLiteral("queued")), ready};
+    refresh(view);
+    EXPECT_FALSE(view.savedDmg());
+
+    jobs = QJsonArray{ready};
+    refresh(view);
+    view.trigger(view.downloadArea(*view.latest()).buttons.value(0));
+    ASSERT_TRUE(spinUntil([&] { return view.savedDmg().has_value() && !view.downloading(); }));
+    ready.insert(QStringLiteral("status"), QStringLiteral("failed"));
+    jobs = QJsonArray{ready};
+    refresh(view);
+    EXPECT_FALSE(view.savedDmg());
+}
+
+TEST_F(ChatViewTest, FixesSoFarCountsTheNewestFixJobsInARow)
+{
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    jobs = QJsonArray{job(QStringLiteral("c"), QStringLiteral("failed"), QStringLiteral("source-fix")),
+                      job(QStringLiteral("b"), QStringLiteral("failed"), QStringLiteral("source-fix")),
+                      job(QStringLiteral("a"), QStringLiteral("failed"), QStringLiteral("source"))};
+    refresh(view);
+    EXPECT_EQ(view.fixesSoFar(), 2);
+    jobs = QJsonArray{job(QStringLiteral("b"), QStringLiteral("failed"), QStringLiteral("source")),
+                      job(QStringLiteral("a"), QStringLiteral("failed"), QStringLiteral("source-fix"))};
+    refresh(view);
+    EXPECT_EQ(view.fixesSoFar(), 0);
+    jobs = QJsonArray{};
+    refresh(view);
+    EXPECT_EQ(view.fixesSoFar(), 0);
+}
+
+TEST_F(ChatViewTest, ReadySourceJobIsHandedToTheLocalBuildsOnEveryRefreshWhichIgnoresRepeats)
+{
+    QJsonObject ready = job(QStringLiteral("j1"), QStringLiteral("ready"), QStringLiteral("source"));
+    ready.insert(QStringLiteral("sourceUrl"),
+                 QString(server.baseUrl().toString() + QStringLiteral("files/source.zip")));
+    jobs = QJsonArray{ready};
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    refresh(view);
+    ASSERT_TRUE(local.state(QStringLiteral("j1")));
+    ASSERT_TRUE(spinUntil([&] { return !local.isRunning(QStringLiteral("j1")); }));
+    refresh(view);
+    refresh(view);
+    // The source address is plain HTTP, which the fetch refuses before any request: the build
+    // failed once and the later refreshes started nothing new.
+    EXPECT_EQ(local.state(QStringLiteral("j1"))->phase, LocalState::Phase::failed);
+    EXPECT_TRUE(server.requestsTo(QStringLiteral("/files/source.zip")).isEmpty());
+}
+
+TEST_F(ChatViewTest, StatusAreaTextsFollowTheNewestJob)
+{
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    const auto statusFor = [&](QJsonArray list) {
+        jobs = list;
+        refresh(view);
+        return view.status();
+    };
+    EXPECT_EQ(statusFor({job(QStringLiteral("a"), QStringLiteral("queued"))}).text,
+              QStringLiteral("Queued \u2014 waiting for the build machine\u2026"));
+    EXPECT_EQ(
+        statusFor({job(QStringLiteral("a"), QStringLiteral("building"), QStringLiteral("source"))}).text,
+        QStringLiteral("Writing the code in the cloud\u2026"));
+    EXPECT_EQ(statusFor({job(QStringLiteral("c"), QStringLiteral("building"), QStringLiteral("source-fix")),
+                         job(QStringLiteral("b"), QStringLiteral("ready"), QStringLiteral("source-fix")),
+                         job(QStringLiteral("a"), QStringLiteral("ready"), QStringLiteral("source"))})
+                  .text,
+              QStringLiteral("Writing the code in the cloud\u2026 (fix 2 of 3)"));
+    EXPECT_EQ(
+        statusFor({job(QStringLiteral("a"), QStringLiteral("building"), {}, QStringLiteral("signing"))}).text,
+        QStringLiteral("Building: signing\u2026"));
+    EXPECT_EQ(statusFor({job(QStringLiteral("a"), QStringLiteral("building"), QStringLiteral("other"))}).text,
+              QStringLiteral("Building: starting\u2026"));
+    EXPECT_EQ(statusFor({job(QStringLiteral("a"), QStringLiteral("building"))}).kind,
+              StatusArea::Kind::progress);
+    EXPECT_EQ(statusFor({job(QStringLiteral("a"), QStringLiteral("ready"))}).kind,
+              StatusArea::Kind::download);
+    EXPECT_EQ(statusFor({job(QStringLiteral("a"), QStringLiteral("failed"))}).text,
+              QStringLiteral("Build failed. Send another message to try again."));
+}
+
+TEST_F(ChatViewTest, DownloadAreaOffersTheDiskImageFirstAndTheArchiveInstead)
+{
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    Job withDmg;
+    withDmg.id = QStringLiteral("a");
+    withDmg.status = QStringLiteral("ready");
+    withDmg.dmgUrl = QStringLiteral("https://x/a.dmg");
+    DownloadArea area = view.downloadArea(withDmg);
+    ASSERT_EQ(area.buttons.size(), 2);
+    EXPECT_EQ(area.buttons[0].label, QStringLiteral("Download app (.dmg)"));
+    EXPECT_TRUE(area.buttons[0].prominent);
+    EXPECT_EQ(area.buttons[1].label, QStringLiteral(".zip instead"));
+    Job withoutDmg = withDmg;
+    withoutDmg.dmgUrl.reset();
+    area = view.downloadArea(withoutDmg);
+    ASSERT_EQ(area.buttons.size(), 1);
+    EXPECT_EQ(area.buttons[0].label, QStringLiteral("Download app"));
+    EXPECT_EQ(area.buttons[0].action, ChatAction::downloadZip);
+}
+
+TEST_F(ChatViewTest, DiskImageIsNamedFromTheAppNameOrProjectNameAndVersion)
+{
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    Job j;
+    j.appName = QStringLiteral("Timer");
+    j.version = QStringLiteral("1.2");
+    EXPECT_EQ(view.dmgName(j), QStringLiteral("Timer 1.2"));
+    j.appName.reset();
+    EXPECT_EQ(view.dmgName(j), QStringLiteral("Notes 1.2"));
+    j.version.reset();
+    EXPECT_EQ(view.dmgName(j), QStringLiteral("Notes"));
+}
+
+TEST_F(ChatViewTest, DownloadingTheDiskImageShowsDownloadingThenWhereItWasSaved)
+{
+    QJsonObject ready = job(QStringLiteral("j1"), QStringLiteral("ready"));
+    ready.insert(QStringLiteral("dmgUrl"),
+                 QString(server.baseUrl().toString() + QStringLiteral("files/Notes.dmg")));
+    ready.insert(QStringLiteral("appName"), QStringLiteral("Notes"));
+    ready.insert(QStringLiteral("version"), QStringLiteral("1.0"));
+    jobs = QJsonArray{ready};
+    fileReply = ScriptedReply::html(200, "disk image bytes");
+    fileReply.delayMs = 200;
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project(), &desktop);
+    refresh(view);
+    view.trigger(view.downloadArea(*view.latest()).buttons[0]);
+    ASSERT_TRUE(view.downloading());
+    const DownloadArea busy = view.downloadArea(*view.latest());
+    EXPECT_EQ(busy.buttons[0].label, QStringLiteral("Downloading\u2026"));
+    EXPECT_FALSE(busy.buttons[0].enabled);
+    EXPECT_FALSE(busy.buttons[1].enabled);
+    ASSERT_TRUE(spinUntil([&] { return !view.downloading(); }));
+    ASSERT_TRUE(view.savedDmg());
+    EXPECT_TRUE(view.savedDmg()->endsWith(QStringLiteral("/Notes 1.0.dmg")));
+    const DownloadArea done = view.downloadArea(*view.latest());
+    ASSERT_EQ(done.saved.size(), 1);
+    EXPECT_EQ(done.saved[0].text, QStringLiteral("Saved to ") + QFileInfo(*view.savedDmg()).absolutePath());
+    EXPECT_EQ(done.saved[0].buttons[0].label, QStringLiteral("Open .dmg"));
+    view.trigger(done.saved[0].buttons[0]);
+    view.trigger(done.saved[0].buttons[1]);
+    EXPECT_EQ(desktop.opened, QStringList(*view.savedDmg()));
+    EXPECT_EQ(desktop.revealed, QStringList(*view.savedDmg()));
+}
+
+TEST_F(ChatViewTest, FailedDownloadShowsItsErrorText)
+{
+    QJsonObject ready = job(QStringLiteral("j1"), QStringLiteral("ready"));
+    ready.insert(QStringLiteral("downloadUrl"),
+                 QString(server.baseUrl().toString() + QStringLiteral("files/app.zip")));
+    jobs = QJsonArray{ready};
+    fileReply = ScriptedReply::html(404, "<html>gone</html>");
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    refresh(view);
+    view.trigger(view.downloadArea(*view.latest()).buttons[0]);
+    ASSERT_TRUE(spinUntil([&] { return !view.downloading(); }));
+    EXPECT_EQ(view.error(), QStringLiteral("Could not unpack the downloaded app"));
+    EXPECT_FALSE(view.downloadedApp());
+}
+
+TEST_F(ChatViewTest, PollingRefreshesQuicklyWhileLoadingAndStopsWhenTheScreenIsGone)
+{
+    detailFails = true;
+    API api;
+    LocalBuilds local;
+    auto view = std::make_unique<ChatView>(api, local, project());
+    view->setPollIntervals(
+        {std::chrono::milliseconds(10), std::chrono::milliseconds(500), std::chrono::milliseconds(10)});
+    view->startPolling();
+    ASSERT_TRUE(spinUntil([&] { return detailRequests() >= 3; }, std::chrono::seconds(5)))
+        << "an unloaded screen polls at the short interval";
+    view.reset();
+    const int after = detailRequests();
+    spinUntil([] { return false; }, std::chrono::milliseconds(150));
+    EXPECT_LE(detailRequests(), after + 1) << "at most the refresh already under way";
+}
+
+TEST_F(ChatViewTest, IdleScreenPollsAtTheIdleInterval)
+{
+    jobs = QJsonArray{job(QStringLiteral("j1"), QStringLiteral("ready"))};
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    view.setPollIntervals(
+        {std::chrono::milliseconds(10), std::chrono::milliseconds(400), std::chrono::milliseconds(10)});
+    view.startPolling();
+    ASSERT_TRUE(spinUntil([&] { return view.loaded(); }, std::chrono::seconds(5)));
+    const int first = detailRequests();
+    spinUntil([] { return false; }, std::chrono::milliseconds(200));
+    EXPECT_EQ(detailRequests(), first) << "a ready project waits the idle interval";
+    ASSERT_TRUE(spinUntil([&] { return detailRequests() > first; }, std::chrono::seconds(5)));
+}
+
+TEST_F(ChatViewTest, LocalAreaTextsFollowTheLocalBuildPhases)
+{
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    Job source;
+    source.id = QStringLiteral("none-yet");
+    source.status = QStringLiteral("ready");
+    source.mode = QStringLiteral("source");
+    const LocalArea waiting = view.localStatus(source);
+    EXPECT_TRUE(waiting.spinner);
+    EXPECT_EQ(waiting.text, QStringLiteral("Downloading the code\u2026"));
+}

@@ -1,0 +1,108 @@
+#include "localbuild/local_builds.h"
+#include "qt_printers.h"
+
+#include <QDir>
+#include <QFile>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace brightloom;
+
+namespace {
+
+const QString header = QStringLiteral(
+    "The release build failed when compiled on the user's Mac with swift build. Fix these errors in the "
+    "existing project, change nothing else, and do not tell me about this message in your reply:\n\n");
+
+QString numberedLines(int count)
+{
+    QStringList lines;
+    for (int i = 1; i <= count; ++i)
+        lines.append(QStringLiteral("line %1").arg(i));
+    return lines.join(QLatin1Char('\n'));
+}
+
+// The text after the fixed header.
+QString body(const QString& prompt)
+{
+    EXPECT_TRUE(prompt.startsWith(header));
+    return prompt.mid(header.size());
+}
+
+} // namespace
+
+TEST(FixPrompt, StartsWithTheFixedRequest)
+{
+    EXPECT_EQ(LocalBuilds::fixPrompt(QStringLiteral("a: error: x"), QStringLiteral("/nowhere")),
+              header + QStringLiteral("a: error: x"));
+}
+
+TEST(FixPrompt, OnlyErrorLineBeingTheLastYieldsThatOneLine)
+{
+    const QString output = numberedLines(5) + QStringLiteral("\nApp.swift:3:1: error: boom");
+    EXPECT_EQ(body(LocalBuilds::fixPrompt(output, QStringLiteral("/p"))),
+              QStringLiteral("App.swift:3:1: error: boom"));
+}
+
+TEST(FixPrompt, TenLinesWithoutAnErrorAreSentWhole)
+{
+    EXPECT_EQ(body(LocalBuilds::fixPrompt(numberedLines(10), QStringLiteral("/p"))), numberedLines(10));
+}
+
+TEST(FixPrompt, HundredLinesWithoutAnErrorSendTheLastThirty)
+{
+    const QStringList all = numberedLines(100).split(QLatin1Char('\n'));
+    EXPECT_EQ(body(LocalBuilds::fixPrompt(all.join(QLatin1Char('\n')), QStringLiteral("/p"))),
+              all.mid(70).join(QLatin1Char('\n')));
+}
+
+TEST(FixPrompt, AdjacentErrorLinesEachTakeTheirNextTwoSoTheSecondAppearsTwice)
+{
+    const QString output = QStringLiteral("a error: one\nb error: two\nc\nd\ne");
+    EXPECT_EQ(body(LocalBuilds::fixPrompt(output, QStringLiteral("/p"))),
+              QStringLiteral("a error: one\nb error: two\nc\nb error: two\nc\nd"));
+}
+
+TEST(FixPrompt, EmptyLinesAreKeptInAGroup)
+{
+    const QString output = QStringLiteral("x error: one\n\nnext\nlast");
+    EXPECT_EQ(body(LocalBuilds::fixPrompt(output, QStringLiteral("/p"))),
+              QStringLiteral("x error: one\n\nnext"));
+}
+
+TEST(FixPrompt, ErrorTextOfExactly3200CharactersIsSentWhole)
+{
+    const QString text = QStringLiteral("error: ") + QString(3200 - 7, QLatin1Char('x'));
+    ASSERT_EQ(text.size(), 3200);
+    EXPECT_EQ(body(LocalBuilds::fixPrompt(text, QStringLiteral("/p"))), text);
+}
+
+TEST(FixPrompt, ErrorTextOf3201CharactersIsCutWithALineFeedAndEllipsis)
+{
+    const QString text = QStringLiteral("error: ") + QString(3201 - 7, QLatin1Char('x'));
+    EXPECT_EQ(body(LocalBuilds::fixPrompt(text, QStringLiteral("/p"))),
+              text.left(3200) + QStringLiteral("\n\u2026"));
+}
+
+TEST(FixPrompt, PathsUnderTheSourceFolderBecomeRelative)
+{
+    const QString output =
+        QStringLiteral("/work/src/Sources/App/App.swift:1:1: error: bad\n/work/srcx/b.swift");
+    EXPECT_EQ(body(LocalBuilds::fixPrompt(output, QStringLiteral("/work/src"))),
+              QStringLiteral("Sources/App/App.swift:1:1: error: bad\n/work/srcx/b.swift"));
+}
+
+TEST(FixPrompt, PathsBecomeRelativeAlsoThroughALinkedFolder)
+{
+    QTemporaryDir temp;
+    ASSERT_TRUE(QDir(temp.path()).mkpath(QStringLiteral("real/project")));
+    const QString linked = temp.path() + QStringLiteral("/linked");
+    ASSERT_TRUE(QFile::link(temp.path() + QStringLiteral("/real"), linked));
+    const QString dir = linked + QStringLiteral("/project");
+    const QString resolved = QDir(temp.path()).canonicalPath() + QStringLiteral("/real/project");
+    const QString output = resolved + QStringLiteral("/Sources/App/App.swift:2:5: error: x\n") + dir +
+                           QStringLiteral("/Package.swift:1:1: note: y");
+    EXPECT_EQ(body(LocalBuilds::fixPrompt(output, dir)),
+              QStringLiteral("Sources/App/App.swift:2:5: error: x\nPackage.swift:1:1: note: y"));
+}
