@@ -33,12 +33,15 @@ QString imageName(const Job& job, const Project& project)
 
 QCoro::Task<int> newProject(API& api, QStringList words)
 {
-    const Arguments args = parse(words, {"import-repo", "import-ref"}, {"local"});
+    const Arguments args = parse(words, {"import-repo", "import-ref", "interval"}, {"local", "follow"});
     const QString prompt = args.positional(0, "prompt");
+    const auto interval = pollInterval(args);
     const QString id = co_await api.createProject(prompt, args.flag(QStringLiteral("local")),
                                                   args.option(QStringLiteral("import-repo")),
                                                   args.option(QStringLiteral("import-ref")));
     out(id);
+    if (args.flag(QStringLiteral("follow")))
+        co_return co_await followProject(api, id, interval);
     co_return 0;
 }
 

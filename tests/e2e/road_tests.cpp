@@ -51,14 +51,18 @@ protected:
         ASSERT_EQ(reply.status, 200) << reply.body.toStdString();
     }
 
-    // Runs `follow` while finishing the service's jobs as they appear, until it ends.
     ProcessResult follow(const QString& project)
+    {
+        return whileFinishingJobs(
+            {QStringLiteral("follow"), project, QStringLiteral("--interval"), QStringLiteral("0.05")});
+    }
+
+    // Runs the command line while finishing the service's jobs as they appear, until it ends.
+    ProcessResult whileFinishingJobs(const QStringList& args)
     {
         QProcess process;
         process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
-        process.start(
-            QStringLiteral(BRIGHTLOOM_CLI_PATH),
-            {QStringLiteral("follow"), project, QStringLiteral("--interval"), QStringLiteral("0.05")});
+        process.start(QStringLiteral(BRIGHTLOOM_CLI_PATH), args);
         ProcessResult result;
         if (!process.waitForStarted(10000))
             return result;
@@ -134,6 +138,35 @@ TEST_F(RoadTest, CloudRoadCreatesFollowsToReadyAndDownloadsTheImageAndTheApp)
     ASSERT_EQ(app.exitCode, 0) << app.err.toStdString();
     EXPECT_TRUE(app.out.trimmed().endsWith(QStringLiteral(".app")));
     EXPECT_TRUE(QFileInfo(app.out.trimmed() + QStringLiteral("/Contents/Info.plist")).isFile());
+}
+
+TEST_F(RoadTest, NewWithFollowPrintsTheIdAndFollowsTheProjectToItsEnd)
+{
+    const ProcessResult followed =
+        whileFinishingJobs({QStringLiteral("new"), QStringLiteral("a stopwatch"), QStringLiteral("--follow"),
+                            QStringLiteral("--interval"), QStringLiteral("0.05")});
+    ASSERT_TRUE(followed.finished);
+    EXPECT_EQ(followed.exitCode, 0) << followed.err.toStdString();
+    const QString id = followed.out.split(QLatin1Char('\n')).first();
+    EXPECT_EQ(detail(id).value(QStringLiteral("project")).toObject().value(QStringLiteral("id")).toString(),
+              id);
+    EXPECT_TRUE(followed.out.contains(QStringLiteral("Built in the cloud: Stopwatch 1.0")))
+        << followed.out.toStdString();
+}
+
+TEST_F(RoadTest, FailedCloudBuildEndsTheFollowWithItsError)
+{
+    const Reply reply =
+        control.postJson(QStringLiteral("control/jobs/fail-next"),
+                         QJsonObject{{QStringLiteral("error"), QStringLiteral("The signing step broke.")}});
+    ASSERT_EQ(reply.status, 200) << reply.body.toStdString();
+    const QString project = newProject(QStringLiteral("a doomed timer"), false);
+    const ProcessResult followed = follow(project);
+    ASSERT_TRUE(followed.finished);
+    EXPECT_EQ(followed.exitCode, 1);
+    EXPECT_TRUE(followed.out.contains(QStringLiteral("Build failed. Send another message to try again.")));
+    EXPECT_TRUE(followed.err.contains(QStringLiteral("The signing step broke.")))
+        << followed.err.toStdString();
 }
 
 TEST_F(RoadTest, LocalRoadBuildsTheSourceAndASecondFollowGoesStraightToTheSameApp)
