@@ -5,25 +5,12 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QtEndian>
 #include <gtest/gtest.h>
 
 using namespace brightloom;
 using namespace brightloom::test;
 
 namespace {
-
-// The start of a 64-bit dynamic library as the file tool knows it: enough for it to say "shared
-// library".
-QByteArray dynamicLibrary(const QByteArray& marker)
-{
-    QByteArray data(32, '\0');
-    qToLittleEndian<quint32>(0xfeedfacf, data.data());     // 64-bit magic
-    qToLittleEndian<quint32>(0x01000007, data.data() + 4); // x86_64
-    qToLittleEndian<quint32>(3, data.data() + 8);          // all subtypes
-    qToLittleEndian<quint32>(6, data.data() + 12);         // a dynamic library
-    return data + QByteArray(64, '\0') + marker;
-}
 
 // A static archive, as a static framework's binary is.
 QByteArray staticArchive()
@@ -80,10 +67,10 @@ protected:
 TEST_F(Frameworks, OnlyTheMacOSSliceOfAFrameworkIsEmbedded)
 {
     flatFramework(artifacts(QStringLiteral("charts/Charts.xcframework/ios-arm64/Charts.framework")),
-                  dynamicLibrary("phone"));
+                  machODynamicLibrary("phone"));
     versionedFramework(
         artifacts(QStringLiteral("charts/Charts.xcframework/macos-arm64_x86_64/Charts.framework")),
-        dynamicLibrary("mac"));
+        machODynamicLibrary("mac"));
     embed();
 
     const QString embedded = app() + QStringLiteral("/Contents/Frameworks/Charts.framework");
@@ -133,9 +120,9 @@ TEST_F(Frameworks, SameNamedFrameworksAreCopiedOneOverTheOther)
 {
     const QString first = artifacts(QStringLiteral("a-pkg/Kit.xcframework/macos-arm64/Kit.framework"));
     const QString second = artifacts(QStringLiteral("b-pkg/Kit.xcframework/macos-x86_64/Kit.framework"));
-    versionedFramework(first, dynamicLibrary("first"));
+    versionedFramework(first, machODynamicLibrary("first"));
     writeFile(first + QStringLiteral("/Versions/A/only-in-first.txt"), "first");
-    versionedFramework(second, dynamicLibrary("second"));
+    versionedFramework(second, machODynamicLibrary("second"));
     embed();
 
     const QString embedded = app() + QStringLiteral("/Contents/Frameworks/Kit.framework");

@@ -229,6 +229,23 @@ TEST_F(Package, OwnIconAndAssetsGoIntoTheBundle)
     EXPECT_FALSE(QFileInfo::exists(src + QStringLiteral("/.stage/icon.png"))) << "no letter icon drawn";
 }
 
+TEST_F(Package, FrameworksOfTheBuildAreEmbeddedAndSigned)
+{
+    const QString src = work(QStringLiteral("src"));
+    writePackage(src, QStringLiteral("Charts"));
+    const QString artifacts = src + QStringLiteral("/.build/artifacts/charts/Plot.xcframework/");
+    writeFile(artifacts + QStringLiteral("ios-arm64/Plot.framework/Plot"), machODynamicLibrary("phone"));
+    writeFile(artifacts + QStringLiteral("macos-arm64_x86_64/Plot.framework/Plot"),
+              machODynamicLibrary("mac"));
+    const QString saved = build(src);
+    EXPECT_TRUE(readFile(saved + QStringLiteral("/Contents/Frameworks/Plot.framework/Plot")).endsWith("mac"));
+    EXPECT_TRUE(readFile(saved + QStringLiteral("/Contents/_CodeSignature/CodeResources"))
+                    .contains("./Contents/Frameworks/Plot.framework/Plot"))
+        << "signed after embedding";
+    EXPECT_TRUE(readFile(toolsFolder() + QStringLiteral("/install_name_tool.log"))
+                    .endsWith("/.stage/Charts.app/Contents/MacOS/App\n"));
+}
+
 TEST_F(Package, NoProductIsReportedAsNoExecutable)
 {
     writePackage(work(QStringLiteral("src")), QStringLiteral("Notes"));

@@ -43,6 +43,16 @@ void writeFile(const QString& path, const QByteArray& data)
         ADD_FAILURE() << "could not write " << path.toStdString();
 }
 
+QByteArray machODynamicLibrary(const QByteArray& marker)
+{
+    QByteArray data(32, '\0');
+    qToLittleEndian<quint32>(0xfeedfacf, data.data());     // 64-bit magic
+    qToLittleEndian<quint32>(0x01000007, data.data() + 4); // x86_64
+    qToLittleEndian<quint32>(3, data.data() + 8);          // all subtypes
+    qToLittleEndian<quint32>(6, data.data() + 12);         // a dynamic library
+    return data + QByteArray(64, '\0') + marker;
+}
+
 QString linkText(const QString& path)
 {
     std::error_code error;

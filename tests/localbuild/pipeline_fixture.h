@@ -37,6 +37,10 @@ QByteArray readFile(const QString& path);
 QString linkText(const QString& path);
 void writeFile(const QString& path, const QByteArray& data);
 
+// The start of a 64-bit dynamic library, enough for the file tool to call it a "shared library",
+// followed by `marker`.
+QByteArray machODynamicLibrary(const QByteArray& marker);
+
 // Runs a command to its end and answers its exit code; the output goes to `output` when given.
 int runTool(const QString& program, const QStringList& arguments, const QString& cwd = {},
             QString* output = nullptr);
