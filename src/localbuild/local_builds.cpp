@@ -5,8 +5,12 @@
 #include "service/api_error.h"
 
 #include <QFileInfo>
+#include <QMutex>
+#include <QMutexLocker>
 #include <QVariantMap>
 #include <exception>
+#include <memory>
+#include <utility>
 
 namespace brightloom {
 
@@ -191,20 +195,48 @@ void LocalBuilds::finish(const QString& job)
     Q_EMIT finished(job);
 }
 
+namespace {
+
+// Output waiting for the main thread. A compiler can write faster than one event per chunk can be
+// handled, so chunks gather here and one event at a time carries what has gathered: the main thread
+// never meets a flood of events, and the log it keeps ends the same.
+struct PendingOutput
+{
+    QMutex lock;
+    QString text;
+    bool posted = false;
+};
+
+} // namespace
+
 LocalPipeline::Log LocalBuilds::appender(const QString& job)
 {
     QPointer<LocalBuilds> self(this);
-    return [self, job](const QString& chunk) {
-        // Runs on the tools' output thread: the chunk is handed to the main thread, and dropped
-        // there if the controller is gone by then.
+    auto pending = std::make_shared<PendingOutput>();
+    return [self, job, pending](const QString& chunk) {
+        // Runs on the tools' output thread.
         QObject* context = self.data();
         if (!context)
             return;
+        {
+            QMutexLocker locked(&pending->lock);
+            pending->text = newest(pending->text + chunk, logLimit);
+            if (pending->posted)
+                return;
+            pending->posted = true;
+        }
+        // Dropped on the main thread if the controller is gone by then.
         QMetaObject::invokeMethod(
             context,
-            [self, job, chunk] {
+            [self, job, pending] {
+                QString text;
+                {
+                    QMutexLocker locked(&pending->lock);
+                    text = std::exchange(pending->text, QString());
+                    pending->posted = false;
+                }
                 if (self)
-                    self->append(job, chunk);
+                    self->append(job, text);
             },
             Qt::QueuedConnection);
     };

@@ -78,8 +78,12 @@ QByteArray ZipMaker::write(const char* format, const QByteArray& password) const
         archive_write_set_options(a, "zip:encryption=zipcrypt");
         archive_write_set_passphrase(a, password.constData());
     }
-    // Big enough for every test archive; libarchive writes into it and reports the size used.
-    QByteArray buffer(64 << 20, Qt::Uninitialized);
+    // Room for the contents stored as they are plus every header; libarchive writes into it and
+    // reports the size used.
+    qsizetype room = 64 << 20;
+    for (const Entry& e : m_entries)
+        room += e.content.size() + e.content.size() / 16 + 2 * e.name.size() + 1024;
+    QByteArray buffer(room, Qt::Uninitialized);
     size_t used = 0;
     if (archive_write_open_memory(a, buffer.data(), size_t(buffer.size()), &used) != ARCHIVE_OK)
         throw std::runtime_error(archive_error_string(a));
