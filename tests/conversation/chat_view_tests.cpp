@@ -6,6 +6,7 @@
 #include "service/api.h"
 #include "task_runner.h"
 #include "temp_home.h"
+#include "zip_maker.h"
 
 #include <QDateTime>
 #include <QJsonArray>
@@ -38,13 +39,16 @@ QJsonObject job(const QString& id, const QString& status, const QString& mode = 
     return o;
 }
 
-// A service whose project detail the test rewrites between refreshes.
+// A service over HTTPS whose project detail the test rewrites between refreshes. Source jobs are
+// built by the real local build with the stand-in developer tools.
 class ChatViewTest : public ::testing::Test
 {
 protected:
-    ChatViewTest()
+    ChatViewTest() : server(TestCertificate::shared().certificate, TestCertificate::shared().key)
     {
         home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
+        home.setEnv("BRIGHTLOOM_CA_FILE", TestCertificate::shared().caFile.toUtf8());
+        home.setEnv("BRIGHTLOOM_TOOLS_DIR", BRIGHTLOOM_STANDIN_TOOLS_DIR);
         server.setHandler([this](const RecordedRequest& request) {
             if (request.method == "GET" && request.path() == QLatin1String("/api/projects/p1")) {
                 if (detailFails)
@@ -58,6 +62,8 @@ protected:
             }
             if (request.method == "POST" && request.path() == QLatin1String("/api/projects/p1/messages"))
                 return sendReply;
+            if (files.contains(request.path()))
+                return files.value(request.path());
             if (request.path().startsWith(QLatin1String("/files/")))
                 return fileReply;
             return ScriptedReply::json(404, R"({"message":"Not found"})");
@@ -72,6 +78,31 @@ protected:
         ASSERT_TRUE(done.ok()) << done.errorText().toStdString();
     }
 
+    QString url(const QString& path) const { return server.baseUrl().toString() + path; }
+
+    // Serves a source archive of a small app whose code compiles, or fails to when `broken`.
+    QString serveSource(const QString& name, bool broken = false)
+    {
+        ZipMaker zip;
+        zip.file(QStringLiteral("Package.swift"),
+                 "// swift-tools-version:5.9\nimport PackageDescription\n\n"
+                 "let package = Package(name: \"App\", platforms: [.macOS(.v14)],\n"
+                 "    targets: [.executableTarget(name: \"App\", path: \"Sources/App\")])\n")
+            .file(QStringLiteral("Sources/App/App.swift"),
+                  broken ? QByteArray("#error(\"no body\")\n") : QByteArray("import SwiftUI\n"))
+            .file(QStringLiteral("app.json"), R"({"name":"Notes"})");
+        ScriptedReply reply;
+        reply.contentType = "application/zip";
+        reply.body = zip.zip();
+        files.insert(QStringLiteral("/files/") + name, reply);
+        return url(QStringLiteral("files/") + name);
+    }
+
+    int fetches(const QString& name) const
+    {
+        return server.requestsTo(QStringLiteral("/files/") + name).size();
+    }
+
     int detailRequests() const { return server.requestsTo(QStringLiteral("/api/projects/p1")).size(); }
     int sendRequests() const { return server.requestsTo(QStringLiteral("/api/projects/p1/messages")).size(); }
 
@@ -82,6 +113,7 @@ protected:
     bool detailFails = false;
     ScriptedReply sendReply = ScriptedReply::json(200, "{}");
     ScriptedReply fileReply = ScriptedReply::json(404, "{}");
+    QHash<QString, ScriptedReply> files;
     RecordingDesktop desktop;
 };
 
@@ -279,32 +311,43 @@ TEST_F(ChatViewTest, QueuedJobWithAnUnreadableCreationTimeCountsFromTheFirstRefr
 TEST_F(ChatViewTest, NewJobOrNewStatusOfTheNewestJobDropsTheSavedDownloads)
 {
     QJsonObject ready = job(QStringLiteral("j1"), QStringLiteral("ready"));
-    ready.insert(QStringLiteral("dmgUrl"),
-                 QString(server.baseUrl().toString() + QStringLiteral("files/Notes.dmg")));
-    jobs = QJsonArray{ready};
+    ready.insert(QStringLiteral("dmgUrl"), url(QStringLiteral("files/Notes.dmg")));
+    ready.insert(QStringLiteral("downloadUrl"), url(QStringLiteral("files/app.zip")));
+    ScriptedReply archive;
+    archive.contentType = "application/zip";
+    archive.body = ZipMaker().file(QStringLiteral("Notes.app/Contents/Info.plist"), "<plist/>").zip();
+    files.insert(QStringLiteral("/files/app.zip"), archive);
     fileReply = ScriptedReply::html(200, "disk image bytes");
     API api;
     LocalBuilds local;
     ChatView view(api, local, project(), &desktop);
+    const auto downloadBoth = [&] {
+        view.trigger(view.downloadArea(*view.latest()).buttons.value(0));
+        ASSERT_TRUE(spinUntil([&] { return view.savedDmg().has_value() && !view.downloading(); }));
+        view.trigger(view.downloadArea(*view.latest()).buttons.value(1));
+        ASSERT_TRUE(spinUntil([&] { return view.downloadedApp().has_value() && !view.downloading(); }));
+    };
+    jobs = QJsonArray{ready};
     refresh(view);
-    const DownloadArea area = view.downloadArea(*view.latest());
-    view.trigger(area.buttons.value(0));
-    ASSERT_TRUE(spinUntil([&] { return view.savedDmg().has_value() && !view.downloading(); }));
+    downloadBoth();
     refresh(view);
     EXPECT_TRUE(view.savedDmg()) << "the same newest job keeps what was saved";
+    EXPECT_TRUE(view.downloadedApp());
+    EXPECT_EQ(view.downloadArea(*view.latest()).saved.size(), 2);
 
     jobs = QJsonArray{job(QStringLiteral("j2"), QStringLiteral("queued")), ready};
     refresh(view);
     EXPECT_FALSE(view.savedDmg());
+    EXPECT_FALSE(view.downloadedApp());
 
     jobs = QJsonArray{ready};
     refresh(view);
-    view.trigger(view.downloadArea(*view.latest()).buttons.value(0));
-    ASSERT_TRUE(spinUntil([&] { return view.savedDmg().has_value() && !view.downloading(); }));
+    downloadBoth();
     ready.insert(QStringLiteral("status"), QStringLiteral("failed"));
     jobs = QJsonArray{ready};
     refresh(view);
     EXPECT_FALSE(view.savedDmg());
+    EXPECT_FALSE(view.downloadedApp());
 }
 
 TEST_F(ChatViewTest, FixesSoFarCountsTheNewestFixJobsInARow)
@@ -329,21 +372,77 @@ TEST_F(ChatViewTest, FixesSoFarCountsTheNewestFixJobsInARow)
 TEST_F(ChatViewTest, ReadySourceJobIsHandedToTheLocalBuildsOnEveryRefreshWhichIgnoresRepeats)
 {
     QJsonObject ready = job(QStringLiteral("j1"), QStringLiteral("ready"), QStringLiteral("source"));
-    ready.insert(QStringLiteral("sourceUrl"),
-                 QString(server.baseUrl().toString() + QStringLiteral("files/source.zip")));
+    ready.insert(QStringLiteral("sourceUrl"), serveSource(QStringLiteral("source.zip")));
     jobs = QJsonArray{ready};
+    API api;
+    LocalBuilds local;
+    QSignalSpy finished(&local, &LocalBuilds::finished);
+    ChatView view(api, local, project());
+    refresh(view);
+    ASSERT_TRUE(local.state(QStringLiteral("j1")));
+    refresh(view);
+    ASSERT_TRUE(spinUntil([&] { return !local.isRunning(QStringLiteral("j1")); }, std::chrono::seconds(60)));
+    refresh(view);
+    refresh(view);
+    EXPECT_EQ(local.state(QStringLiteral("j1"))->phase, LocalState::Phase::done);
+    EXPECT_EQ(fetches(QStringLiteral("source.zip")), 1);
+    EXPECT_EQ(finished.size(), 1);
+}
+
+TEST_F(ChatViewTest, LocalAreaShowsTheBuiltAppWithItsButtonsAndTheFirstLaunchNote)
+{
+    QJsonObject ready = job(QStringLiteral("j1"), QStringLiteral("ready"), QStringLiteral("source"));
+    ready.insert(QStringLiteral("sourceUrl"), serveSource(QStringLiteral("good.zip")));
+    jobs = QJsonArray{ready};
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project(), &desktop);
+    refresh(view);
+    EXPECT_EQ(view.status().kind, StatusArea::Kind::local);
+    ASSERT_TRUE(spinUntil([&] { return !local.isRunning(QStringLiteral("j1")); }, std::chrono::seconds(60)));
+    const QString app = local.state(QStringLiteral("j1"))->app.value_or(QString());
+    const LocalArea area = view.localStatus(*view.latest());
+    EXPECT_FALSE(area.spinner);
+    EXPECT_EQ(area.text, QStringLiteral("Compiled on this Mac. Saved to ") + QFileInfo(app).absolutePath());
+    ASSERT_EQ(area.buttons.size(), 2);
+    EXPECT_EQ(area.buttons[0].label, QStringLiteral("Open app"));
+    EXPECT_EQ(area.buttons[1].label, QStringLiteral("Show in Finder"));
+    EXPECT_EQ(area.note,
+              QStringLiteral("Apps are ad-hoc signed, not notarized. If macOS blocks the first launch, use "
+                             "System Settings \u2192 Privacy & Security \u2192 Open Anyway."));
+    view.trigger(area.buttons[0]);
+    view.trigger(area.buttons[1]);
+    EXPECT_EQ(desktop.opened, QStringList(app));
+    EXPECT_EQ(desktop.revealed, QStringList(app));
+}
+
+TEST_F(ChatViewTest, FailedLocalBuildShowsItsErrorAndLogAndTryAgainBuildsAfresh)
+{
+    QJsonObject ready = job(QStringLiteral("j4"), QStringLiteral("ready"), QStringLiteral("source-fix"));
+    ready.insert(QStringLiteral("sourceUrl"), serveSource(QStringLiteral("broken.zip"), true));
+    jobs = QJsonArray{ready, job(QStringLiteral("j3"), QStringLiteral("ready"), QStringLiteral("source-fix")),
+                      job(QStringLiteral("j2"), QStringLiteral("ready"), QStringLiteral("source-fix")),
+                      job(QStringLiteral("j1"), QStringLiteral("ready"), QStringLiteral("source"))};
     API api;
     LocalBuilds local;
     ChatView view(api, local, project());
     refresh(view);
-    ASSERT_TRUE(local.state(QStringLiteral("j1")));
-    ASSERT_TRUE(spinUntil([&] { return !local.isRunning(QStringLiteral("j1")); }));
+    ASSERT_EQ(view.fixesSoFar(), 3);
+    ASSERT_TRUE(spinUntil([&] { return !local.isRunning(QStringLiteral("j4")); }, std::chrono::seconds(60)));
+    QCoreApplication::processEvents();
+    const LocalArea area = view.localStatus(*view.latest());
+    EXPECT_EQ(area.text, QStringLiteral("Could not build on this Mac."));
+    EXPECT_EQ(area.error, QStringLiteral("Still not compiling after 3 fix attempts."));
+    EXPECT_TRUE(area.log.contains(QStringLiteral("error: no body"))) << area.log.toStdString();
+    ASSERT_EQ(area.buttons.size(), 1);
+    EXPECT_EQ(area.buttons[0].label, QStringLiteral("Try again"));
+    EXPECT_EQ(sendRequests(), 0) << "no fourth fix request";
+
+    view.trigger(area.buttons[0]);
+    EXPECT_FALSE(local.state(QStringLiteral("j4")));
     refresh(view);
-    refresh(view);
-    // The source address is plain HTTP, which the fetch refuses before any request: the build
-    // failed once and the later refreshes started nothing new.
-    EXPECT_EQ(local.state(QStringLiteral("j1"))->phase, LocalState::Phase::failed);
-    EXPECT_TRUE(server.requestsTo(QStringLiteral("/files/source.zip")).isEmpty());
+    ASSERT_TRUE(spinUntil([&] { return !local.isRunning(QStringLiteral("j4")); }, std::chrono::seconds(60)));
+    EXPECT_EQ(fetches(QStringLiteral("broken.zip")), 2);
 }
 
 TEST_F(ChatViewTest, StatusAreaTextsFollowTheNewestJob)

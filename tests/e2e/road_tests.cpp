@@ -217,7 +217,10 @@ TEST_F(RoadTest, FixChainWhoseSecondFixCompilesEndsWithTheApp)
     const QStringList prompts = fixPrompts(project);
     ASSERT_EQ(prompts.size(), 2);
     EXPECT_TRUE(prompts[0].contains(QStringLiteral("error:"))) << prompts[0].toStdString();
-    EXPECT_TRUE(followed.out.contains(QStringLiteral("(fix 2 of 3)"))) << followed.out.toStdString();
+    EXPECT_TRUE(followed.out.contains(QStringLiteral("Compiling on this Mac\u2026 (fix 2 of 3)")))
+        << followed.out.toStdString();
+    EXPECT_TRUE(
+        followed.out.contains(QStringLiteral("Compile errors found. Asking the cloud to fix them\u2026")));
 }
 
 TEST_F(RoadTest, HostileSourceFromTheServiceFailsTheJobAndWritesNothingOutsideItsFolder)
