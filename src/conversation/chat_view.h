@@ -109,8 +109,8 @@ Q_SIGNALS:
 private:
     QCoro::Task<> poll();
     QCoro::Task<> sendText(QString text);
-    QCoro::Task<> downloadDmg(Job job);
-    QCoro::Task<> downloadZip(Job job);
+    // The disk image, or else the app archive, of `job`.
+    QCoro::Task<> download(Job job, bool diskImage);
     void setError(std::optional<QString> error);
     void setDownloading(bool downloading);
     void setDownloadedApp(std::optional<QString> path);

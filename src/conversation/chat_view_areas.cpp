@@ -165,10 +165,7 @@ void ChatView::trigger(const ChatButton& b)
         const std::optional<Job> job = latest();
         if (!job || m_downloading)
             return;
-        if (b.action == ChatAction::downloadDmg)
-            downloadDmg(*job);
-        else
-            downloadZip(*job);
+        download(*job, b.action == ChatAction::downloadDmg);
         return;
     }
     case ChatAction::open:
@@ -186,48 +183,32 @@ void ChatView::trigger(const ChatButton& b)
     }
 }
 
-QCoro::Task<> ChatView::downloadDmg(Job job)
+QCoro::Task<> ChatView::download(Job job, bool diskImage)
 {
     QPointer<ChatView> self(this);
-    if (!m_api || !job.dmgUrl)
-        co_return;
-    setDownloading(true);
-    std::optional<QString> saved;
-    std::optional<QString> failure;
-    try {
-        saved = co_await m_api->downloadDmg(*job.dmgUrl, dmgName(job));
-    } catch (const std::exception& e) {
-        failure = QString::fromUtf8(e.what());
-    }
-    if (!self)
-        co_return;
-    if (saved)
-        setSavedDmg(saved);
-    else
-        setError(failure);
-    setDownloading(false);
-}
-
-QCoro::Task<> ChatView::downloadZip(Job job)
-{
-    QPointer<ChatView> self(this);
-    if (!m_api)
+    if (!m_api || (diskImage && !job.dmgUrl))
         co_return;
     setDownloading(true);
     std::optional<QString> saved;
     std::optional<QString> failure;
     try {
         // A job without an archive address fails like an archive that cannot be read.
-        saved = co_await m_api->downloadApp(job.downloadUrl.value_or(QString()));
+        // Two statements, not one conditional: GCC 12 miscompiles co_await in both arms of "?:".
+        if (diskImage)
+            saved = co_await m_api->downloadDmg(*job.dmgUrl, dmgName(job));
+        else
+            saved = co_await m_api->downloadApp(job.downloadUrl.value_or(QString()));
     } catch (const std::exception& e) {
         failure = QString::fromUtf8(e.what());
     }
     if (!self)
         co_return;
-    if (saved)
-        setDownloadedApp(saved);
-    else
+    if (!saved)
         setError(failure);
+    else if (diskImage)
+        setSavedDmg(saved);
+    else
+        setDownloadedApp(saved);
     setDownloading(false);
 }
 

@@ -60,28 +60,10 @@ protected:
     // Runs the command line while finishing the service's jobs as they appear, until it ends.
     ProcessResult whileFinishingJobs(const QStringList& args)
     {
-        QProcess process;
-        process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
-        process.start(QStringLiteral(BRIGHTLOOM_CLI_PATH), args);
-        ProcessResult result;
-        if (!process.waitForStarted(10000))
-            return result;
-        result.finished = spinUntil(
-            [&] {
-                if (process.state() == QProcess::NotRunning)
-                    return true;
-                control.postJson(QStringLiteral("control/clock/finish"), QJsonObject());
-                return false;
-            },
-            std::chrono::seconds(90));
-        if (!result.finished) {
-            process.kill();
-            process.waitForFinished(5000);
-        }
-        result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-        result.out = QString::fromUtf8(process.readAllStandardOutput());
-        result.err = QString::fromUtf8(process.readAllStandardError());
-        return result;
+        return runProcess(QStringLiteral(BRIGHTLOOM_CLI_PATH), args, QProcessEnvironment::systemEnvironment(),
+                          {}, std::chrono::seconds(90), [this] {
+                              control.postJson(QStringLiteral("control/clock/finish"), QJsonObject());
+                          });
     }
 
     QJsonObject detail(const QString& project)

@@ -8,7 +8,8 @@
 namespace brightloom::test {
 
 ProcessResult runProcess(const QString& program, const QStringList& args, const QProcessEnvironment& env,
-                         const QByteArray& input, std::chrono::milliseconds limit)
+                         const QByteArray& input, std::chrono::milliseconds limit,
+                         const std::function<void()>& whileWaiting)
 {
     QProcess process;
     process.setProcessEnvironment(env);
@@ -21,7 +22,15 @@ ProcessResult runProcess(const QString& program, const QStringList& args, const 
     if (!input.isEmpty())
         process.write(input);
     process.closeWriteChannel();
-    result.finished = spinUntil([&] { return process.state() == QProcess::NotRunning; }, limit);
+    result.finished = spinUntil(
+        [&] {
+            if (process.state() == QProcess::NotRunning)
+                return true;
+            if (whileWaiting)
+                whileWaiting();
+            return false;
+        },
+        limit);
     if (!result.finished) {
         process.kill();
         process.waitForFinished(5000);

@@ -8,6 +8,7 @@
 #include <QStringList>
 #include <QUrl>
 #include <chrono>
+#include <functional>
 #include <memory>
 
 namespace brightloom::test {
@@ -21,9 +22,11 @@ struct ProcessResult
 };
 
 // Runs `program` to its end (the event loop keeps running meanwhile), feeding `input` on stdin.
+// `whileWaiting`, when given, is called again and again until the program ends.
 ProcessResult runProcess(const QString& program, const QStringList& args, const QProcessEnvironment& env,
                          const QByteArray& input = {},
-                         std::chrono::milliseconds limit = std::chrono::seconds(60));
+                         std::chrono::milliseconds limit = std::chrono::seconds(60),
+                         const std::function<void()>& whileWaiting = {});
 
 // brightloom-cli with the given arguments, in the environment of this test process.
 ProcessResult runCli(const QStringList& args, const QByteArray& input = {},
