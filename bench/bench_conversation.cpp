@@ -250,10 +250,6 @@ int benchStall(int rounds)
         QObject::connect(&ticker, &QTimer::timeout, &ticker, [&] {
             const qint64 now = clock.nsecsElapsed();
             worst = std::max(worst, now - last);
-            if (qEnvironmentVariableIsSet("BENCH_TRACE") && now - last > 15'000'000) {
-                const auto st = local.state(jobId);
-                std::printf("    gap %.1f ms in phase %d\n", (now - last) / 1e6, st ? int(st->phase) : -1);
-            }
             last = now;
         });
         clock.start();

@@ -28,7 +28,7 @@ const QList<CommandInfo>& commands()
         {"favorite", &favorite, "favorite SLUG on|off"},
         {"github", &github, "github PROJECT [repos|link REPO|unlink|push] [--json]"},
         {"worker-status", &workerStatus, "worker-status [--json]"},
-        {"build-source", &buildSource, "build-source URL --job ID"},
+        {"build-source", &buildSource, "build-source URL --job ID [--version V]"},
         {"follow", &follow, "follow PROJECT [--interval SECONDS]"},
     };
     return list;

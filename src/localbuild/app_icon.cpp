@@ -16,6 +16,9 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QTextBoundaryFinder>
+#include <QtConcurrent/QtConcurrentRun>
+#include <exception>
+#include <qcoro/qcorofuture.h>
 
 namespace brightloom::LocalBuild {
 
@@ -133,6 +136,33 @@ void drawLetterIcon(const QString& name, const QString& to)
     QFile file(to);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(png) != png.size())
         throw FileError(QStringLiteral("Could not write the icon %1: %2").arg(to, file.errorString()));
+}
+
+namespace {
+
+// A plain function, not a coroutine: GCC 12 miscompiles a lambda in a coroutine body that captures
+// the coroutine's parameters.
+QFuture<std::exception_ptr> startDrawingLetterIcon(const QString& name, const QString& to)
+{
+    return QtConcurrent::run([name, to]() -> std::exception_ptr {
+        try {
+            drawLetterIcon(name, to);
+            return nullptr;
+        } catch (...) {
+            return std::current_exception();
+        }
+    });
+}
+
+} // namespace
+
+QCoro::Task<> drawLetterIconInBackground(QString name, QString to)
+{
+    // Painting into an image (text included) is safe on any thread once the GUI application
+    // exists; a full-size icon takes tens of milliseconds, a few frames of the window's time.
+    const std::exception_ptr failure = co_await startDrawingLetterIcon(name, to);
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 QCoro::Task<> makeIcns(QString png, QString into, QString scratch, Limits limits)

@@ -23,9 +23,11 @@ std::pair<QColor, QColor> letterIconGradient(int index);
 QString letterIconText(const QString& name);
 
 // Draws the 1024 by 1024 letter icon of `name` and writes it as PNG to `to`. Needs the GUI
-// application (fonts) and runs on the main thread. Throws APIError "Could not draw the icon." when
+// application (fonts). Throws APIError "Could not draw the icon." when
 // it cannot draw, FileError when the file cannot be written.
 void drawLetterIcon(const QString& name, const QString& to);
+// drawLetterIcon() on the thread pool, resuming on the calling thread.
+QCoro::Task<> drawLetterIconInBackground(QString name, QString to);
 
 // Scales `png` to every size of an icon set in "<scratch>/AppIcon.iconset" (made anew) with the
 // resize tool and packs the set into the .icns file `into` with the icon packer. Throws APIError

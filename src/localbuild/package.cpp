@@ -123,7 +123,7 @@ QCoro::Task<QString> package(QString dir, QString job, std::optional<QString> ve
     QString icon = source.filePath(QStringLiteral("icon.png"));
     if (!QFileInfo::exists(icon)) {
         icon = stage + QStringLiteral("/icon.png");
-        drawLetterIcon(name, icon);
+        co_await drawLetterIconInBackground(name, icon);
     }
     co_await makeIcns(icon, app + QStringLiteral("/Contents/Resources/AppIcon.icns"), stage, limits);
 

@@ -19,7 +19,6 @@ QString savedAppsFolder(const QString& job);
 // copies it to savedAppsFolder(job), replacing an earlier copy. `version` is the job's version
 // ("1.0" when absent). Answers the saved bundle's path. Throws APIError ("The build produced no
 // executable.", "Signing failed: …", the icon's failures), FileError for the file system.
-// Runs on the main thread, which draws the letter icon.
 QCoro::Task<QString> package(QString dir, QString job, std::optional<QString> version, Limits limits = {});
 
 } // namespace brightloom::LocalBuild
