@@ -319,3 +319,58 @@ TEST_F(LocalBuildsTest, ToolchainAndItsCheckArePublished)
     EXPECT_EQ(toolchain.size(), 1);
     EXPECT_EQ(checked.size(), 1);
 }
+
+namespace {
+
+// The stand-in tools, with a compiler that writes a line, waits until `release` exists, writes
+// another and leaves `done` behind when it has ended.
+QString pausingTools(const QString& folder)
+{
+    QDir().mkpath(folder);
+    const QDir standIns(QStringLiteral(BRIGHTLOOM_STANDIN_TOOLS_DIR));
+    for (const QString& name : standIns.entryList(QDir::Files | QDir::System)) {
+        if (name != QLatin1String("xcrun"))
+            QFile::link(standIns.filePath(name), folder + QLatin1Char('/') + name);
+    }
+    QFile xcrun(folder + QStringLiteral("/xcrun"));
+    EXPECT_TRUE(xcrun.open(QIODevice::WriteOnly));
+    xcrun.write("#!/bin/sh\n"
+                "if [ \"$*\" = 'swift build -c release' ]; then\n"
+                "  echo 'Compiling App'\n"
+                "  while [ ! -e '" +
+                folder.toUtf8() +
+                "/release' ]; do sleep 0.02; done\n"
+                "  echo 'late output'\n"
+                "  touch '" +
+                folder.toUtf8() +
+                "/done'\n"
+                "fi\n"
+                "exec '" +
+                standIns.filePath(QStringLiteral("xcrun")).toUtf8() + "' \"$@\"\n");
+    xcrun.close();
+    xcrun.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return folder;
+}
+
+} // namespace
+
+TEST_F(LocalBuildsTest, OutputArrivingAfterTheControllerIsGoneIsDropped)
+{
+    const QString tools = pausingTools(home.path() + QStringLiteral("/tools"));
+    home.setEnv("BRIGHTLOOM_TOOLS_DIR", tools.toUtf8());
+    const QString url = serve(QStringLiteral("paused.zip"), sourceZip(goodSwift));
+    auto local = std::make_unique<LocalBuilds>();
+    const Job job = sourceJob(QStringLiteral("j-gone"), url);
+    local->handle(QStringLiteral("p1"), job, 0, *m_api);
+    ASSERT_TRUE(spinUntil([&] { return local->state(job.id)->log.contains(QStringLiteral("Compiling App")); },
+                          std::chrono::seconds(30)));
+    local.reset();
+    QFile(tools + QStringLiteral("/release")).open(QIODevice::WriteOnly);
+    ASSERT_TRUE(spinUntil([&] { return QFileInfo::exists(tools + QStringLiteral("/done")); },
+                          std::chrono::seconds(30)));
+    // The build's task wakes to find its controller gone: the late chunk has nowhere to land and
+    // nothing is packaged or remembered.
+    spinUntil([] { return false; }, std::chrono::milliseconds(300));
+    EXPECT_TRUE(QDir(home.downloadsFolder()).isEmpty() || !QFileInfo::exists(home.downloadsFolder()));
+    EXPECT_FALSE(userDefaults()->value(LocalBuilds::savedKey).toMap().contains(job.id));
+}
