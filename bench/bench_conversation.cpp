@@ -12,6 +12,7 @@
 #include "localbuild/local_builds.h"
 #include "recording_server.h"
 #include "service/api.h"
+#include "stand_in_tools.h"
 #include "task_runner.h"
 #include "temp_home.h"
 #include "zip_maker.h"
@@ -157,25 +158,9 @@ let package = Package(
 // The stand-in tools, with a compiler that first writes `megabytes` MB of output.
 QString noisyTools(const QString& folder, int megabytes)
 {
-    QDir().mkpath(folder);
-    const QDir standIns(QStringLiteral(BRIGHTLOOM_STANDIN_TOOLS_DIR));
-    for (const QString& name : standIns.entryList(QDir::Files | QDir::System)) {
-        if (name != QLatin1String("xcrun"))
-            QFile::link(standIns.filePath(name), folder + QLatin1Char('/') + name);
-    }
-    QFile xcrun(folder + QStringLiteral("/xcrun"));
-    xcrun.open(QIODevice::WriteOnly);
-    xcrun.write("#!/bin/sh\n"
-                "case \"$*\" in\n"
-                "  'swift build -c release') head -c " +
-                QByteArray::number(qint64(megabytes) << 20) +
-                " /dev/zero | tr '\\0' 'w' | fold -w 99 | sed 's/^/warning: /' ;;\n"
-                "esac\n"
-                "exec \"" +
-                standIns.filePath(QStringLiteral("xcrun")).toUtf8() + "\" \"$@\"\n");
-    xcrun.close();
-    xcrun.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    return folder;
+    return toolsWithReleaseBuildPrelude(QStringLiteral(BRIGHTLOOM_STANDIN_TOOLS_DIR), folder,
+                                        "head -c " + QByteArray::number(qint64(megabytes) << 20) +
+                                            " /dev/zero | tr '\\0' 'w' | fold -w 99 | sed 's/^/warning: /'");
 }
 
 // The service runs on a thread of its own, as a remote one would: sending a large reply is the

@@ -123,7 +123,8 @@ QCoro::Task<QString> fetchSource(QNetworkAccessManager& network, QString from, Q
     if (!notMade.isEmpty())
         throw FileError(notMade);
 
-    const zip::Result unpacked = co_await zip::extractInBackground(fetched.file->fileName(), folder, sourceLimits());
+    const zip::Result unpacked =
+        co_await zip::extractInBackground(fetched.file->fileName(), folder, sourceLimits());
     fetched.file.reset();
     if (!unpacked.ok)
         throw APIError(QStringLiteral("Could not unpack the source: ") +

@@ -120,7 +120,8 @@ DirectoryCheck checkDirectory(const QString& path, std::int64_t maxEntries)
         // The Unix mode, when the maker was a Unix system: only files, folders and links may come out.
         const int maker = u16(entry + 4) >> 8;
         const quint32 type = (u32(entry + 38) >> 16) & 0170000;
-        if ((maker == 3 || maker == 19) && type != 0 && type != 0100000 && type != 0040000 && type != 0120000) {
+        if ((maker == 3 || maker == 19) && type != 0 && type != 0100000 && type != 0040000 &&
+            type != 0120000) {
             check.refusal = QStringLiteral("the entry \"") +
                             QString::fromUtf8(name.first(std::min<qsizetype>(nameLength, 120))) +
                             QStringLiteral("\" is neither a file, a folder nor a link");

@@ -3,6 +3,7 @@
 #include "qt_printers.h"
 #include "recording_server.h"
 #include "service/api.h"
+#include "stand_in_tools.h"
 #include "task_runner.h"
 #include "temp_home.h"
 #include "zip_maker.h"
@@ -326,30 +327,15 @@ namespace {
 // another and leaves `done` behind when it has ended.
 QString pausingTools(const QString& folder)
 {
-    QDir().mkpath(folder);
-    const QDir standIns(QStringLiteral(BRIGHTLOOM_STANDIN_TOOLS_DIR));
-    for (const QString& name : standIns.entryList(QDir::Files | QDir::System)) {
-        if (name != QLatin1String("xcrun"))
-            QFile::link(standIns.filePath(name), folder + QLatin1Char('/') + name);
-    }
-    QFile xcrun(folder + QStringLiteral("/xcrun"));
-    EXPECT_TRUE(xcrun.open(QIODevice::WriteOnly));
-    xcrun.write("#!/bin/sh\n"
-                "if [ \"$*\" = 'swift build -c release' ]; then\n"
-                "  echo 'Compiling App'\n"
-                "  while [ ! -e '" +
-                folder.toUtf8() +
-                "/release' ]; do sleep 0.02; done\n"
-                "  echo 'late output'\n"
-                "  touch '" +
-                folder.toUtf8() +
-                "/done'\n"
-                "fi\n"
-                "exec '" +
-                standIns.filePath(QStringLiteral("xcrun")).toUtf8() + "' \"$@\"\n");
-    xcrun.close();
-    xcrun.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    return folder;
+    const QByteArray quoted = "'" + folder.toUtf8();
+    return toolsWithReleaseBuildPrelude(QStringLiteral(BRIGHTLOOM_STANDIN_TOOLS_DIR), folder,
+                                        "  echo 'Compiling App'\n"
+                                        "  while [ ! -e " +
+                                            quoted +
+                                            "/release' ]; do sleep 0.02; done\n"
+                                            "  echo 'late output'\n"
+                                            "  touch " +
+                                            quoted + "/done'");
 }
 
 } // namespace
