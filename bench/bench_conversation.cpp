@@ -15,6 +15,7 @@
 #include "stand_in_tools.h"
 #include "task_runner.h"
 #include "temp_home.h"
+#include "tick_watch.h"
 #include "zip_maker.h"
 
 #include <QDir>
@@ -229,16 +230,8 @@ int benchStall(int rounds)
             {std::chrono::milliseconds(100), std::chrono::milliseconds(100), std::chrono::milliseconds(100)});
 
         QElapsedTimer clock;
-        qint64 last = 0, worst = 0;
-        QTimer ticker;
-        ticker.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&ticker, &QTimer::timeout, &ticker, [&] {
-            const qint64 now = clock.nsecsElapsed();
-            worst = std::max(worst, now - last);
-            last = now;
-        });
         clock.start();
-        ticker.start(5);
+        TickWatch ticks;
         view.startPolling();
         const QString id = jobId;
         const bool ended = spinUntil(
@@ -248,7 +241,7 @@ int benchStall(int rounds)
                        (state->phase == LocalState::Phase::done || state->phase == LocalState::Phase::failed);
             },
             std::chrono::minutes(2));
-        ticker.stop();
+        ticks.stop();
         const auto state = local.state(id);
         if (!ended || state->phase != LocalState::Phase::done) {
             std::fprintf(stderr, "the build did not finish: %s\n",
@@ -256,7 +249,7 @@ int benchStall(int rounds)
                                : "no state");
             return 1;
         }
-        gaps.push_back(worst / 1e6);
+        gaps.push_back(ticks.longestMs());
         builds.push_back(clock.nsecsElapsed() / 1e9);
         std::printf("  round %d: build %.1f s, longest gap %.1f ms\n", round + 1, builds.back(), gaps.back());
     }

@@ -3,6 +3,8 @@
 // What the local build benchmarks share: medians of per-round ratios, peak memory of this process,
 // the longest pause of the main thread, and running a coroutine to its end.
 
+#include "tick_watch.h"
+
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QTimer>
@@ -72,21 +74,10 @@ template <class T> double runWatchingTicks(QCoro::Task<T> task, std::optional<T>
         out = co_await std::move(inner);
         finished = true;
     }(std::move(task), result, done);
-    QTimer timer;
-    QElapsedTimer clock;
-    qint64 last = 0;
-    double longest = 0;
-    timer.setInterval(5);
-    QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
-        const qint64 now = clock.nsecsElapsed();
-        longest = std::max(longest, double(now - last) / 1e6);
-        last = now;
-    });
-    clock.start();
-    timer.start();
+    test::TickWatch ticks;
     while (!done)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
-    return longest;
+    return ticks.longestMs();
 }
 
 } // namespace brightloom::bench
