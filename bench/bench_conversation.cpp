@@ -12,6 +12,7 @@
 #include "localbuild/local_builds.h"
 #include "recording_server.h"
 #include "service/api.h"
+#include "source_package.h"
 #include "stand_in_tools.h"
 #include "task_runner.h"
 #include "temp_home.h"
@@ -138,18 +139,7 @@ QByteArray randomBytes(qsizetype size)
 
 QByteArray bigSource()
 {
-    ZipMaker zip;
-    zip.file(QStringLiteral("Package.swift"), R"(// swift-tools-version:5.9
-import PackageDescription
-
-let package = Package(
-    name: "App",
-    platforms: [.macOS(.v14)],
-    targets: [.executableTarget(name: "App", path: "Sources/App")]
-)
-)")
-        .file(QStringLiteral("Sources/App/App.swift"), "import SwiftUI\n")
-        .file(QStringLiteral("app.json"), R"({"name":"Big Timer"})");
+    ZipMaker zip = sourcePackage("import SwiftUI\n", "Big Timer");
     const QByteArray blob = randomBytes(1 << 20);
     for (int i = 0; i < 150; ++i)
         zip.file(QStringLiteral("Resources/blob-%1.bin").arg(i), blob.mid(i * 64) + blob.left(i * 64));
@@ -208,10 +198,7 @@ int benchStall(int rounds)
         TempHome home;
         const QString jobId = QStringLiteral("job-%1").arg(round);
         ServiceThread service([&](RecordingServer& server) {
-            ScriptedReply zip;
-            zip.contentType = "application/zip";
-            zip.body = source;
-            server.on(QStringLiteral("GET /files/source.zip"), zip);
+            server.offer(QStringLiteral("files/source.zip"), ScriptedReply::archive(source));
             QJsonObject job{{QStringLiteral("id"), jobId},
                             {QStringLiteral("status"), QStringLiteral("ready")},
                             {QStringLiteral("mode"), QStringLiteral("source")},

@@ -4,6 +4,7 @@
 #include "qt_printers.h"
 #include "recording_server.h"
 #include "service/api.h"
+#include "source_package.h"
 #include "task_runner.h"
 #include "temp_home.h"
 #include "zip_maker.h"
@@ -83,17 +84,8 @@ protected:
     // Serves a source archive of a small app whose code compiles, or fails to when `broken`.
     QString serveSource(const QString& name, bool broken = false)
     {
-        ZipMaker zip;
-        zip.file(QStringLiteral("Package.swift"),
-                 "// swift-tools-version:5.9\nimport PackageDescription\n\n"
-                 "let package = Package(name: \"App\", platforms: [.macOS(.v14)],\n"
-                 "    targets: [.executableTarget(name: \"App\", path: \"Sources/App\")])\n")
-            .file(QStringLiteral("Sources/App/App.swift"),
-                  broken ? QByteArray("#error(\"no body\")\n") : QByteArray("import SwiftUI\n"))
-            .file(QStringLiteral("app.json"), R"({"name":"Notes"})");
-        ScriptedReply reply;
-        reply.contentType = "application/zip";
-        reply.body = zip.zip();
+        const QByteArray code = broken ? QByteArray("#error(\"no body\")\n") : compilingSwift;
+        const ScriptedReply reply = ScriptedReply::archive(sourcePackage(code, "Notes").zip());
         files.insert(QStringLiteral("/files/") + name, reply);
         return url(QStringLiteral("files/") + name);
     }
@@ -313,10 +305,9 @@ TEST_F(ChatViewTest, NewJobOrNewStatusOfTheNewestJobDropsTheSavedDownloads)
     QJsonObject ready = job(QStringLiteral("j1"), QStringLiteral("ready"));
     ready.insert(QStringLiteral("dmgUrl"), url(QStringLiteral("files/Notes.dmg")));
     ready.insert(QStringLiteral("downloadUrl"), url(QStringLiteral("files/app.zip")));
-    ScriptedReply archive;
-    archive.contentType = "application/zip";
-    archive.body = ZipMaker().file(QStringLiteral("Notes.app/Contents/Info.plist"), "<plist/>").zip();
-    files.insert(QStringLiteral("/files/app.zip"), archive);
+    files.insert(QStringLiteral("/files/app.zip"),
+                 ScriptedReply::archive(
+                     ZipMaker().file(QStringLiteral("Notes.app/Contents/Info.plist"), "<plist/>").zip()));
     fileReply = ScriptedReply::html(200, "disk image bytes");
     API api;
     LocalBuilds local;

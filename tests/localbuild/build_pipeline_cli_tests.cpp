@@ -23,11 +23,7 @@ protected:
 
     QString serve(const QByteArray& archive)
     {
-        ScriptedReply reply;
-        reply.body = archive;
-        reply.contentType = "application/zip";
-        m_server.on(QStringLiteral("/source.zip"), reply);
-        return m_server.baseUrl().toString() + QStringLiteral("source.zip");
+        return m_server.offer(QStringLiteral("source.zip"), ScriptedReply::archive(archive));
     }
 
     static ZipMaker source(const QByteArray& swift = "import SwiftUI\n")

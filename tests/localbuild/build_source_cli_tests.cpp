@@ -22,11 +22,7 @@ protected:
 
     QString serve(const QByteArray& archive)
     {
-        ScriptedReply reply;
-        reply.body = archive;
-        reply.contentType = "application/zip";
-        server.on(QStringLiteral("/source.zip"), reply);
-        return server.baseUrl().toString() + QStringLiteral("source.zip");
+        return server.offer(QStringLiteral("source.zip"), ScriptedReply::archive(archive));
     }
 
     static ZipMaker project(const QByteArray& manifest)

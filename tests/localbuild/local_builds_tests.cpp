@@ -3,6 +3,7 @@
 #include "qt_printers.h"
 #include "recording_server.h"
 #include "service/api.h"
+#include "source_package.h"
 #include "stand_in_tools.h"
 #include "task_runner.h"
 #include "temp_home.h"
@@ -20,31 +21,15 @@ using namespace brightloom::test;
 
 namespace {
 
-const QByteArray manifest = R"(// swift-tools-version:5.9
-import PackageDescription
-
-let package = Package(
-    name: "App",
-    platforms: [.macOS(.v14)],
-    targets: [
-        .executableTarget(name: "App", path: "Sources/App")
-    ]
-)
-)";
-
 QByteArray sourceZip(const QByteArray& appSwift, const QByteArray& assetsJson = {})
 {
-    ZipMaker zip;
-    zip.file(QStringLiteral("Package.swift"), manifest)
-        .file(QStringLiteral("Sources/App/App.swift"), appSwift)
-        .file(QStringLiteral("app.json"), R"({"name":"Pocket Timer"})");
+    ZipMaker zip = sourcePackage(appSwift, "Pocket Timer");
     if (!assetsJson.isEmpty())
         zip.file(QStringLiteral("assets.json"), assetsJson);
     return zip.zip();
 }
 
-const QByteArray goodSwift = "import SwiftUI\n@main struct PocketTimer: App { var body: some Scene { "
-                             "WindowGroup { Text(\"Hi\") } } }\n";
+const QByteArray& goodSwift = compilingSwift;
 const QByteArray brokenSwift = "import SwiftUI\n#error(\"missing brace\")\nlet x = 1\n";
 
 Job sourceJob(const QString& id, const QString& url, const QString& mode = QStringLiteral("source"))
@@ -75,12 +60,9 @@ protected:
 
     QString serve(const QString& name, const QByteArray& zip, int delayMs = 0)
     {
-        ScriptedReply reply;
-        reply.contentType = "application/zip";
-        reply.body = zip;
+        ScriptedReply reply = ScriptedReply::archive(zip);
         reply.delayMs = delayMs;
-        server.on(QStringLiteral("GET /files/") + name, reply);
-        return server.baseUrl().toString() + QStringLiteral("files/") + name;
+        return server.offer(QStringLiteral("files/") + name, reply);
     }
 
     int fetches(const QString& name) const
@@ -271,10 +253,8 @@ TEST_F(LocalBuildsTest, FixRequestTheServiceRefusesFailsTheJobWithItsText)
 
 TEST_F(LocalBuildsTest, SourceTheVettingRefusesFailsWithTheRefusal)
 {
-    ZipMaker zip;
-    zip.file(QStringLiteral("Package.swift"), manifest)
-        .file(QStringLiteral("Sources/App/App.swift"), goodSwift)
-        .symlink(QStringLiteral("Sources/App/link"), QStringLiteral("App.swift"));
+    ZipMaker zip = sourcePackage();
+    zip.symlink(QStringLiteral("Sources/App/link"), QStringLiteral("App.swift"));
     const QString url = serve(QStringLiteral("linked.zip"), zip.zip());
     LocalBuilds local;
     const LocalState state = build(local, sourceJob(QStringLiteral("j-linked"), url));

@@ -97,11 +97,7 @@ protected:
 
     QString serve(const QByteArray& archive)
     {
-        ScriptedReply reply;
-        reply.body = archive;
-        reply.contentType = "application/zip";
-        server.on(QStringLiteral("/source.zip"), reply);
-        return server.baseUrl().toString() + QStringLiteral("source.zip");
+        return server.offer(QStringLiteral("source.zip"), ScriptedReply::archive(archive));
     }
 
     Outcome<QString> fetch(const QString& url, const QString& job = QStringLiteral("job-1"))

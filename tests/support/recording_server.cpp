@@ -52,6 +52,13 @@ ScriptedReply ScriptedReply::html(int status, const QByteArray& body)
     return r;
 }
 
+ScriptedReply ScriptedReply::archive(const QByteArray& body)
+{
+    ScriptedReply r = json(200, body);
+    r.contentType = "application/zip";
+    return r;
+}
+
 RecordingServer::RecordingServer(QObject* parent) : QObject(parent), m_server(new QTcpServer(this))
 {
     if (!m_server->listen(QHostAddress::LocalHost, 0))
@@ -79,6 +86,12 @@ RecordingServer::~RecordingServer() = default;
 void RecordingServer::on(const QString& route, ScriptedReply reply)
 {
     m_routes.insert(route, std::move(reply));
+}
+
+QString RecordingServer::offer(const QString& path, ScriptedReply reply)
+{
+    on(QStringLiteral("GET /") + path, std::move(reply));
+    return baseUrl().toString() + path;
 }
 
 QUrl RecordingServer::baseUrl() const

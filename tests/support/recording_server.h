@@ -42,6 +42,7 @@ struct ScriptedReply
 
     static ScriptedReply json(int status, const QByteArray& body);
     static ScriptedReply html(int status, const QByteArray& body);
+    static ScriptedReply archive(const QByteArray& body); // 200, application/zip
 };
 
 class RecordingServer final : public QObject
@@ -60,6 +61,8 @@ public:
     // Answers "METHOD /path" (or "/path" for every method); anything else gets a JSON 404.
     void on(const QString& route, ScriptedReply reply);
     void setHandler(Handler handler) { m_handler = std::move(handler); }
+    // Answers GET of `path` (relative, e.g. "files/source.zip") and gives its absolute address.
+    QString offer(const QString& path, ScriptedReply reply);
 
     QUrl baseUrl() const; // "http://127.0.0.1:PORT/"
     const QList<RecordedRequest>& requests() const { return m_requests; }
