@@ -3,6 +3,7 @@
 #include "arguments.h"
 #include "commands.h"
 #include "console.h"
+#include "conversation/chat_view.h"
 #include "download_progress.h"
 #include "service/api.h"
 #include "service/api_error.h"
@@ -20,13 +21,6 @@ QString jobLine(const Job& job)
     if (job.error)
         fields.append(*job.error);
     return QStringLiteral("job\t") + fields.join(QLatin1Char('\t'));
-}
-
-// The disk image's name as the conversation screen gives it: app name (or project name) and version.
-QString imageName(const Job& job, const Project& project)
-{
-    return QString(job.appName.value_or(project.name) + QLatin1Char(' ') + job.version.value_or(QString()))
-        .trimmed();
 }
 
 } // namespace
@@ -96,7 +90,8 @@ QCoro::Task<int> download(API& api, QStringList words)
     } else {
         if (!job.dmgUrl)
             throw APIError(QStringLiteral("This build has no disk image."));
-        saved = co_await api.downloadDmg(*job.dmgUrl, imageName(job, detail.project), progress.observer());
+        saved = co_await api.downloadDmg(*job.dmgUrl, ChatView::dmgName(job, detail.project),
+                                         progress.observer());
     }
     progress.finish();
     out(saved);

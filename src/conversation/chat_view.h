@@ -77,7 +77,8 @@ public:
     LocalArea localStatus(const Job& job) const;
     DownloadArea downloadArea(const Job& job) const;
     // The name a disk image is saved under: the app's name and version.
-    QString dmgName(const Job& job) const;
+    QString dmgName(const Job& job) const { return dmgName(job, m_project); }
+    static QString dmgName(const Job& job, const Project& project);
 
     // Asks the service for the project once; a failure changes nothing.
     QCoro::Task<> refresh();

@@ -113,9 +113,9 @@ LocalArea ChatView::localStatus(const Job& job) const
     return area;
 }
 
-QString ChatView::dmgName(const Job& job) const
+QString ChatView::dmgName(const Job& job, const Project& project)
 {
-    return QString(job.appName.value_or(m_project.name) + QLatin1Char(' ') + job.version.value_or(QString()))
+    return QString(job.appName.value_or(project.name) + QLatin1Char(' ') + job.version.value_or(QString()))
         .trimmed();
 }
 

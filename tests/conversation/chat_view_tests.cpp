@@ -589,7 +589,7 @@ TEST_F(ChatViewTest, IdleScreenPollsAtTheIdleInterval)
     ASSERT_TRUE(spinUntil([&] { return detailRequests() > first; }, std::chrono::seconds(5)));
 }
 
-TEST_F(ChatViewTest, LocalAreaTextsFollowTheLocalBuildPhases)
+TEST_F(ChatViewTest, LocalAreaBeforeAnyLocalStateSaysTheCodeIsDownloading)
 {
     API api;
     LocalBuilds local;
