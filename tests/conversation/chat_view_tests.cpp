@@ -161,32 +161,47 @@ TEST_F(ChatViewTest, FailedRefreshChangesNothingAndShowsNoError)
     EXPECT_FALSE(view.error());
 }
 
+// A send that goes ahead clears the last error at once, before it asks the service; one that is
+// refused returns before that. So a kept error shows, with no waiting, that nothing was started.
 TEST_F(ChatViewTest, BlankPromptSendsNothingAndKeepsThePrompt)
 {
+    sendReply = ScriptedReply::json(429, R"({"message":"Slow down"})");
     API api;
     LocalBuilds local;
     ChatView view(api, local, project());
     refresh(view);
+    QSignalSpy sent(&view, &ChatView::sent);
+    view.setPrompt(QStringLiteral("first"));
+    view.send();
+    ASSERT_TRUE(spinUntil([&] { return sent.size() == 1; }));
     view.setPrompt(QStringLiteral("  \n\t "));
     view.send();
-    spinUntil([] { return false; }, std::chrono::milliseconds(50));
-    EXPECT_EQ(sendRequests(), 0);
+    EXPECT_EQ(view.error(), QStringLiteral("Slow down"));
     EXPECT_EQ(view.prompt(), QStringLiteral("  \n\t "));
+    refresh(view);
+    EXPECT_EQ(sendRequests(), 1);
 }
 
 TEST_F(ChatViewTest, PromptWhileTheNewestJobIsQueuedOrBuildingSendsNothingAndKeepsIt)
 {
+    sendReply = ScriptedReply::json(429, R"({"message":"Slow down"})");
     API api;
     LocalBuilds local;
     ChatView view(api, local, project());
+    refresh(view);
+    QSignalSpy sent(&view, &ChatView::sent);
+    view.setPrompt(QStringLiteral("first"));
+    view.send();
+    ASSERT_TRUE(spinUntil([&] { return sent.size() == 1; }));
     for (const char* status : {"queued", "building"}) {
         jobs = QJsonArray{job(QStringLiteral("j1"), QString::fromLatin1(status))};
         refresh(view);
         view.setPrompt(QStringLiteral("Make it blue"));
         view.send();
-        spinUntil([] { return false; }, std::chrono::milliseconds(50));
-        EXPECT_EQ(sendRequests(), 0) << status;
+        EXPECT_EQ(view.error(), QStringLiteral("Slow down")) << status;
         EXPECT_EQ(view.prompt(), QStringLiteral("Make it blue"));
+        refresh(view);
+        EXPECT_EQ(sendRequests(), 1) << status;
     }
 }
 
