@@ -8,8 +8,10 @@
 #include <QMutex>
 #include <QMutexLocker>
 #include <QVariantMap>
+#include <QtConcurrent/QtConcurrentRun>
 #include <exception>
 #include <memory>
+#include <qcoro/qcorofuture.h>
 #include <utility>
 
 namespace brightloom {
@@ -167,7 +169,11 @@ QCoro::Task<> LocalBuilds::build(QString project, Job job, QString sourceUrl, in
             });
         } else {
             set(id, [](LocalState& s) { s.phase = LocalState::Phase::askingForFix; });
-            const QString prompt = fixPrompt(*errors, dir);
+            // A failing build can print megabytes; sifting them is no work for the main thread.
+            QFuture<QString> sifting = QtConcurrent::run(&LocalBuilds::fixPrompt, *errors, dir);
+            const QString prompt = co_await sifting;
+            if (!self)
+                co_return;
             if (!api)
                 throw APIError(QStringLiteral("The service client is gone."));
             co_await api->send(prompt, project, true);
