@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QDateTime>
+#include <QLabel>
+#include <QTimer>
+#include <functional>
+
+namespace brightloom::ui {
+
+// How long a stage has been running, redrawn every second from the moment it is shown and idle
+// while hidden. The clock can be replaced, so tests move time instead of waiting for it.
+class ElapsedSecondsLabel final : public QLabel
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(ElapsedSecondsLabel)
+
+public:
+    using Clock = std::function<QDateTime()>;
+
+    explicit ElapsedSecondsLabel(QWidget* parent = nullptr);
+
+    void setSince(const QDateTime& since);
+    const QDateTime& since() const { return m_since; }
+    void setClock(Clock clock);
+    // Whether the once-a-second redraw is running.
+    bool ticking() const { return m_timer.isActive(); }
+
+public Q_SLOTS:
+    void redraw();
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+
+private:
+    QDateTime m_since;
+    Clock m_clock;
+    QTimer m_timer;
+};
+
+} // namespace brightloom::ui
