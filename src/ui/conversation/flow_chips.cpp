@@ -45,7 +45,7 @@ void FlowChips::setItems(const QStringList& items)
         auto* chip = new QPushButton(item, m_area);
         chip->setCursor(Qt::PointingHandCursor);
         chip->setStyleSheet(QStringLiteral("QPushButton { background: palette(base); color: palette(text);"
-                                           " border: 1px solid palette(mid); border-radius: 13px;"
+                                           " border: 1px solid palette(mid); border-radius: 11px;"
                                            " padding: 4px 12px; }"
                                            "QPushButton:hover { background: palette(midlight); }"
                                            "QPushButton:focus { border-color: palette(highlight); }"));

@@ -16,7 +16,7 @@ LinkButton::LinkButton(const QString& text, QWidget* parent) : QPushButton(text,
 QSize LinkButton::sizeHint() const
 {
     const QFontMetrics metrics(font());
-    return QSize(metrics.horizontalAdvance(text()) + 4, metrics.height() + 4);
+    return QSize(metrics.horizontalAdvance(text()) + 2, metrics.height() + 4);
 }
 
 void LinkButton::paintEvent(QPaintEvent*)
@@ -27,7 +27,7 @@ void LinkButton::paintEvent(QPaintEvent*)
     painter.setFont(f);
     const QPalette::ColorGroup group = isEnabled() ? QPalette::Active : QPalette::Disabled;
     painter.setPen(palette().color(group, isDown() ? QPalette::LinkVisited : QPalette::Link));
-    painter.drawText(rect().adjusted(2, 2, -2, -2), Qt::AlignLeft | Qt::AlignVCenter, text());
+    painter.drawText(rect().adjusted(0, 2, 0, -2), Qt::AlignLeft | Qt::AlignVCenter, text());
 }
 
 } // namespace brightloom::ui

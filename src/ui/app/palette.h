@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QPalette>
+
+class QApplication;
+
+namespace brightloom::ui {
+
+// The window's colours: Fusion's light palette, or a dark one in which every screen stays legible
+// (links, placeholders and the accent-coloured pieces included).
+QPalette lightPalette();
+QPalette darkPalette();
+
+// Whether the desktop asks for dark colours: the freedesktop appearance setting when a desktop
+// portal answers it, else how dark the platform's own window colour is.
+bool desktopPrefersDark();
+
+// Gives the application the palette that suits the desktop.
+void applyDesktopPalette(QApplication& app);
+
+} // namespace brightloom::ui
