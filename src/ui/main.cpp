@@ -1,14 +1,44 @@
+// The window program. Started with a "brightloom://" address (the desktop does this when the browser
+// sign-in finishes), it hands the address to the running window and exits; started plainly while a
+// window runs, it brings that window to the front.
+
+#include "app/version.h"
+#include "ui/app/brightloom_app.h"
+#include "ui/app/palette.h"
+#include "ui/desktop/single_instance.h"
+
 #include <QApplication>
-#include <QMainWindow>
+#include <QUrl>
+#include <QWidget>
+#include <cstdio>
 
 int main(int argc, char** argv)
 {
+    for (int i = 1; i < argc; ++i) {
+        if (qstrcmp(argv[i], "--version") == 0) {
+            std::printf("brightloom %s\n", BRIGHTLOOM_VERSION);
+            return 0;
+        }
+    }
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Brightloom"));
     QApplication::setApplicationName(QStringLiteral("Brightloom"));
-    QMainWindow window;
-    window.setWindowTitle(QStringLiteral("Brightloom"));
-    window.resize(1100, 720);
-    window.show();
+    QApplication::setApplicationVersion(QStringLiteral(BRIGHTLOOM_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("app.brightloom.Brightloom"));
+
+    QString callback;
+    for (const QString& argument : app.arguments().mid(1)) {
+        if (QUrl(argument).scheme() == QLatin1String("brightloom"))
+            callback = argument;
+    }
+    brightloom::ui::SingleInstance instance;
+    if (instance.forward(callback))
+        return 0;
+    if (!instance.listen())
+        std::fprintf(stderr, "brightloom: another window may be starting; this one runs on its own.\n");
+
+    brightloom::ui::applyDesktopPalette(app);
+    brightloom::ui::BrightloomApp brightloom(instance);
+    brightloom.window().show();
     return app.exec();
 }

@@ -9,6 +9,8 @@
 #include "scene.h"
 #include "service/api.h"
 #include "ui/app/palette.h"
+#include "ui/app/window_screens.h"
+#include "ui/desktop/widget_dialogs.h"
 
 #include <QApplication>
 #include <QTemporaryDir>
@@ -42,7 +44,9 @@ QCoro::Task<int> renderAll(QStringList wanted, QString out)
         std::fprintf(stderr, "Could not sign in: %s\n", e.what());
         co_return 1;
     }
-    SceneContext context{api, local, icons, desktop, out};
+    ui::WidgetDialogs dialogs;
+    SceneContext context{
+        api, local, icons, desktop, dialogs, ui::windowScreens(api, local, icons, desktop, dialogs), out};
     int failures = 0;
     for (const Scene& scene : scenes()) {
         if (!wanted.isEmpty() && !wanted.contains(scene.name))
@@ -62,6 +66,8 @@ QCoro::Task<int> renderAll(QStringList wanted, QString out)
             ++failures;
         }
         delete widget;
+        if (scene.after)
+            co_await scene.after(context);
     }
     co_return failures == 0 ? 0 : 1;
 }

@@ -3,7 +3,11 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QVBoxLayout>
+#include <memory>
+#include <qcoro/qcoronetworkreply.h>
 #include <qcoro/qcorotimer.h>
 
 namespace brightloom::screens {
@@ -32,6 +36,17 @@ QCoro::Task<bool> waitUntil(std::function<bool()> done, int limitMs)
         co_await timer;
     }
     co_return true;
+}
+
+QCoro::Task<QByteArray> SceneContext::control(QString method, QString path, QByteArray body)
+{
+    // Lives as long as the application, so it never outlives the event loop it works on.
+    static QNetworkAccessManager* network = new QNetworkAccessManager(QCoreApplication::instance());
+    QNetworkRequest request(QUrl(qEnvironmentVariable("BRIGHTLOOM_URL")).resolved(QUrl(path)));
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
+    std::unique_ptr<QNetworkReply> reply(network->sendCustomRequest(request, method.toLatin1(), body));
+    co_await reply.get();
+    co_return reply->readAll();
 }
 
 bool save(QWidget& widget, const QString& outFolder, const QString& name)

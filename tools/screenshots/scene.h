@@ -1,5 +1,8 @@
 #pragma once
 
+#include "ui/app/screens.h"
+
+#include <QByteArray>
 #include <QString>
 #include <QWidget>
 #include <functional>
@@ -24,7 +27,13 @@ struct SceneContext
     LocalBuilds& local;
     IconLoader& icons;
     Desktop& desktop;
+    Dialogs& dialogs;
+    ui::Screens screens; // the window's screens, as the program makes them
     QString outFolder;
+
+    // Calls the stand-in service's control interface (it runs with --control in scripts/screenshots)
+    // and answers the reply's body.
+    QCoro::Task<QByteArray> control(QString method, QString path, QByteArray body = {});
 };
 
 // A scene prepares one state of a screen and answers the widget to photograph at `size`; a scene
@@ -34,6 +43,8 @@ struct Scene
     QString name;
     QSize size;
     std::function<QCoro::Task<QWidget*>(SceneContext&)> make;
+    // Runs once the picture is taken: puts back what the scene changed on the service.
+    std::function<QCoro::Task<>(SceneContext&)> after = {};
 };
 
 // Every scene known, in the order they are rendered.

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QWidget>
+
+class QLabel;
+class QLineEdit;
+class QPushButton;
+
+namespace brightloom {
+class API;
+class AuthView;
+} // namespace brightloom
+
+namespace brightloom::ui {
+
+class BusySpinner;
+class LinkButton;
+
+// The sign-in screen: the mark and title, the form, the error, "Sign in" or "Create account",
+// "Continue with Google" and the switch between the two modes.
+class AuthViewWidget final : public QWidget
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(AuthViewWidget)
+
+public:
+    explicit AuthViewWidget(API& api, QWidget* parent = nullptr);
+
+    AuthView& model() const { return *m_model; }
+    QLineEdit* nameField() const { return m_name; }
+    QLineEdit* emailField() const { return m_email; }
+    QLineEdit* passwordField() const { return m_password; }
+    QLabel* errorLabel() const { return m_error; }
+    QPushButton* primaryButton() const { return m_primary; }
+    QPushButton* googleButton() const { return m_google; }
+    LinkButton* toggleButton() const { return m_toggle; }
+
+private:
+    void redraw();
+
+    AuthView* m_model;
+    QLineEdit* m_name;
+    QLineEdit* m_email;
+    QLineEdit* m_password;
+    QLabel* m_error;
+    QPushButton* m_primary;
+    BusySpinner* m_spinner;
+    QPushButton* m_google;
+    LinkButton* m_toggle;
+};
+
+} // namespace brightloom::ui

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <memory>
+
+class QWidget;
+
+namespace brightloom {
+class API;
+class IconLoader;
+class LocalBuilds;
+} // namespace brightloom
+
+namespace brightloom::ui {
+
+class BrowserSignInPage;
+class DesktopNotifier;
+class RootViewWidget;
+class SingleInstance;
+class SystemDesktop;
+class WidgetDialogs;
+
+// The program: one service client and one local build controller for the whole run, the shared icon
+// loader, the desktop's services, and the one window, whose content is the root screen.
+class BrightloomApp final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(BrightloomApp)
+
+public:
+    static constexpr int minimumWidth = 760;
+    static constexpr int minimumHeight = 480;
+
+    explicit BrightloomApp(SingleInstance& instance, QObject* parent = nullptr);
+    ~BrightloomApp() override;
+
+    QWidget& window() const { return *m_window; }
+    API& api() const { return *m_api; }
+    LocalBuilds& local() const { return *m_local; }
+    RootViewWidget& root() const { return *m_root; }
+
+    // Brings the window to the front (a second start of the program asks for this).
+    void raise();
+
+private:
+    std::unique_ptr<API> m_api;
+    std::unique_ptr<LocalBuilds> m_local;
+    std::unique_ptr<IconLoader> m_icons;
+    std::unique_ptr<SystemDesktop> m_desktop;
+    std::unique_ptr<WidgetDialogs> m_dialogs;
+    std::unique_ptr<DesktopNotifier> m_notifier;
+    std::unique_ptr<QWidget> m_window;
+    std::unique_ptr<BrowserSignInPage> m_signIn;
+    RootViewWidget* m_root = nullptr;
+};
+
+} // namespace brightloom::ui

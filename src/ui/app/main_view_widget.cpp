@@ -1,0 +1,114 @@
+#include "main_view_widget.h"
+
+#include "app/build_notice.h"
+#include "conversation/chat_view.h"
+#include "localbuild/local_builds.h"
+#include "service/api.h"
+#include "sidebar.h"
+#include "ui/desktop/desktop_notifier.h"
+#include "worker_status_banner_widget.h"
+
+#include <QHBoxLayout>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+namespace brightloom::ui {
+
+MainViewWidget::MainViewWidget(API& api, LocalBuilds& local, Screens screens, DesktopNotifier* notifier,
+                               QWidget* parent)
+    : QWidget(parent), m_model(new MainView(api, this)), m_local(local), m_screens(std::move(screens)),
+      m_notifier(notifier)
+{
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    m_sidebar = new Sidebar(api, *m_model, this);
+    layout->addWidget(m_sidebar);
+    auto* right = new QVBoxLayout;
+    right->setContentsMargins(0, 0, 0, 0);
+    right->setSpacing(0);
+    m_banner = new WorkerStatusBannerWidget(api, this);
+    right->addWidget(m_banner);
+    m_pane = new QVBoxLayout;
+    m_pane->setContentsMargins(0, 0, 0, 0);
+    right->addLayout(m_pane, 1);
+    layout->addLayout(right, 1);
+
+    // Keyboard: Ctrl+N a new app, Ctrl+Shift+A the library, Ctrl+1 to Ctrl+9 the first nine projects.
+    auto* newApp = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_N), this);
+    connect(newApp, &QShortcut::activated, m_model, [this] { m_model->select(MainView::newSelection); });
+    auto* library = new QShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A), this);
+    connect(library, &QShortcut::activated, m_model, [this] { m_model->select(MainView::librarySelection); });
+    for (int n = 1; n <= 9; ++n) {
+        auto* project = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_0 + n)), this);
+        connect(project, &QShortcut::activated, m_model, [this, n] {
+            const QList<Project>& projects = m_model->projects();
+            if (n <= projects.size())
+                m_model->select(projects.at(n - 1).id);
+        });
+    }
+
+    connect(m_model, &MainView::detailChanged, this, &MainViewWidget::showDetail);
+    showDetail();
+}
+
+void MainViewWidget::showDetail()
+{
+    if (m_detail)
+        delete m_detail;
+    const MainView::Detail detail = m_model->detail();
+    const Screens::Open open = [this](const QString& id) { m_model->select(id); };
+    QWidget* screen = nullptr;
+    switch (detail.screen) {
+    case MainView::Screen::newProject:
+        screen = m_screens.newProject ? m_screens.newProject(open) : nullptr;
+        break;
+    case MainView::Screen::library:
+        screen = m_screens.library ? m_screens.library(open) : nullptr;
+        break;
+    case MainView::Screen::conversation:
+        if (m_screens.conversation) {
+            const Screens::Conversation conversation = m_screens.conversation(*detail.project);
+            screen = conversation.widget;
+            if (conversation.model)
+                watchConversation(conversation.model, *detail.project);
+        }
+        break;
+    }
+    if (!screen)
+        screen = new QWidget;
+    m_detail = screen;
+    m_pane->addWidget(screen);
+    screen->show();
+}
+
+void MainViewWidget::watchConversation(ChatView* chat, const Project& project)
+{
+    auto last = std::make_shared<std::optional<Job>>();
+    connect(chat, &ChatView::jobsChanged, this, [this, chat, project, last] {
+        const std::optional<Job> now = chat->latest();
+        if (const auto notice = BuildNotice::forJob(project.name, *last, now))
+            notify(notice->title, notice->body);
+        *last = now;
+    });
+    // A build on this machine of one of the open project's jobs.
+    connect(&m_local, &LocalBuilds::finished, chat, [this, chat, project](const QString& job) {
+        const std::optional<LocalState> state = m_local.state(job);
+        const bool ours = std::any_of(chat->jobs().begin(), chat->jobs().end(),
+                                      [&job](const Job& mine) { return mine.id == job; });
+        if (!state || !ours)
+            return;
+        if (const auto notice = BuildNotice::forLocalBuild(project.name, *state))
+            notify(notice->title, notice->body);
+    });
+}
+
+void MainViewWidget::notify(const QString& title, const QString& body)
+{
+    // Only a window the user is not looking at needs the desktop to say it.
+    if (!m_notifier || window()->isActiveWindow())
+        return;
+    m_notifier->notify(title, body);
+}
+
+} // namespace brightloom::ui

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "app/main_view.h"
+#include "screens.h"
+
+#include <QPointer>
+#include <QWidget>
+#include <optional>
+
+class QVBoxLayout;
+
+namespace brightloom {
+class API;
+class ChatView;
+class LocalBuilds;
+} // namespace brightloom
+
+namespace brightloom::ui {
+
+class DesktopNotifier;
+class Sidebar;
+class WorkerStatusBannerWidget;
+
+// The main screen: the sidebar, the worker banner over the detail pane, and the screen for the
+// current selection, made afresh each time the selection changes. Tells the desktop when a build
+// ends while the window is not in front.
+class MainViewWidget final : public QWidget
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(MainViewWidget)
+
+public:
+    MainViewWidget(API& api, LocalBuilds& local, Screens screens, DesktopNotifier* notifier,
+                   QWidget* parent = nullptr);
+
+    MainView& model() const { return *m_model; }
+    Sidebar* sidebar() const { return m_sidebar; }
+    WorkerStatusBannerWidget* banner() const { return m_banner; }
+    // The screen in the detail pane.
+    QWidget* detail() const { return m_detail; }
+
+private:
+    void showDetail();
+    void watchConversation(ChatView* chat, const Project& project);
+    void notify(const QString& title, const QString& body);
+
+    MainView* m_model;
+    LocalBuilds& m_local;
+    Screens m_screens;
+    DesktopNotifier* m_notifier;
+    Sidebar* m_sidebar;
+    WorkerStatusBannerWidget* m_banner;
+    QVBoxLayout* m_pane;
+    QPointer<QWidget> m_detail;
+};
+
+} // namespace brightloom::ui

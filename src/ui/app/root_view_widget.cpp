@@ -1,0 +1,77 @@
+#include "root_view_widget.h"
+
+#include "app/root_view.h"
+#include "auth_view_widget.h"
+#include "main_view_widget.h"
+#include "ui/shared/busy_spinner.h"
+
+#include <QStackedLayout>
+#include <QVBoxLayout>
+
+namespace brightloom::ui {
+
+RootViewWidget::RootViewWidget(API& api, LocalBuilds& local, Screens screens, DesktopNotifier* notifier,
+                               QWidget* parent)
+    : QWidget(parent), m_api(api), m_local(local), m_screens(std::move(screens)), m_notifier(notifier),
+      m_model(new RootView(api, this)), m_stack(new QStackedLayout(this)), m_spinnerPage(new QWidget(this))
+{
+    auto* centre = new QVBoxLayout(m_spinnerPage);
+    centre->addStretch(1);
+    centre->addWidget(new BusySpinner(28, m_spinnerPage), 0, Qt::AlignCenter);
+    centre->addStretch(1);
+    m_stack->addWidget(m_spinnerPage);
+    connect(m_model, &RootView::screenChanged, this, &RootViewWidget::showScreen);
+    showScreen();
+}
+
+AuthViewWidget* RootViewWidget::authView() const
+{
+    return m_auth;
+}
+
+MainViewWidget* RootViewWidget::mainView() const
+{
+    return m_main;
+}
+
+void RootViewWidget::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    m_model->start();
+}
+
+void RootViewWidget::showScreen()
+{
+    switch (m_model->screen()) {
+    case RootView::Screen::checking:
+        m_stack->setCurrentWidget(m_spinnerPage);
+        break;
+    case RootView::Screen::signIn:
+        if (m_main) {
+            m_stack->removeWidget(m_main);
+            m_main->deleteLater();
+            m_main = nullptr;
+        }
+        if (!m_auth) {
+            m_auth = new AuthViewWidget(m_api, this);
+            m_stack->addWidget(m_auth);
+        }
+        m_stack->setCurrentWidget(m_auth);
+        m_auth->setFocus();
+        break;
+    case RootView::Screen::main:
+        if (m_auth) {
+            m_stack->removeWidget(m_auth);
+            m_auth->deleteLater();
+            m_auth = nullptr;
+        }
+        if (!m_main) {
+            m_main = new MainViewWidget(m_api, m_local, m_screens, m_notifier, this);
+            m_stack->addWidget(m_main);
+        }
+        m_stack->setCurrentWidget(m_main);
+        break;
+    }
+}
+
+} // namespace brightloom::ui

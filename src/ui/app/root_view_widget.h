@@ -1,0 +1,56 @@
+#pragma once
+
+#include "screens.h"
+
+#include <QPointer>
+#include <QWidget>
+
+class QStackedLayout;
+
+namespace brightloom {
+class API;
+class LocalBuilds;
+class RootView;
+} // namespace brightloom
+
+namespace brightloom::ui {
+
+class AuthViewWidget;
+class DesktopNotifier;
+class MainViewWidget;
+
+// The window's content: a centred spinner while the session is restored, then the main screen or
+// the sign-in screen. Each is made afresh when it appears, so signing out drops the main screen and
+// its selection, and the sign-in form starts empty.
+class RootViewWidget final : public QWidget
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(RootViewWidget)
+
+public:
+    RootViewWidget(API& api, LocalBuilds& local, Screens screens, DesktopNotifier* notifier,
+                   QWidget* parent = nullptr);
+
+    RootView& model() const { return *m_model; }
+    QWidget* spinnerPage() const { return m_spinnerPage; }
+    AuthViewWidget* authView() const;
+    MainViewWidget* mainView() const;
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void showScreen();
+
+    API& m_api;
+    LocalBuilds& m_local;
+    Screens m_screens;
+    DesktopNotifier* m_notifier;
+    RootView* m_model;
+    QStackedLayout* m_stack;
+    QWidget* m_spinnerPage;
+    QPointer<AuthViewWidget> m_auth;
+    QPointer<MainViewWidget> m_main;
+};
+
+} // namespace brightloom::ui

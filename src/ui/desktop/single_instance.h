@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QLocalServer>
+#include <QObject>
+#include <QString>
+
+namespace brightloom::ui {
+
+// Keeps one window per user. The first process listens on a socket in the user's runtime folder; a
+// later one hands it what it was started with (a "brightloom://" sign-in callback, or a wish to see
+// the window) and exits. A socket left behind by a process that crashed is replaced.
+class SingleInstance final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SingleInstance)
+
+public:
+    // The socket's path: "brightloom.socket" in the runtime folder (XDG_RUNTIME_DIR).
+    static QString defaultSocketPath();
+
+    explicit SingleInstance(QString socketPath = defaultSocketPath(), QObject* parent = nullptr);
+    ~SingleInstance() override;
+
+    // Hands `callback` (empty: just raise the window) to a running instance. Answers whether one
+    // took it; false when none is running.
+    bool forward(const QString& callback, int timeoutMs = 2000);
+
+    // Becomes the running instance; answers false when the socket cannot be made.
+    bool listen();
+    bool listening() const { return m_server.isListening(); }
+    const QString& socketPath() const { return m_path; }
+
+Q_SIGNALS:
+    // Another start brought a sign-in callback.
+    void callbackReceived(const QString& callback);
+    // Another start wants the window in front.
+    void raiseRequested();
+
+private:
+    void accept();
+
+    QString m_path;
+    QLocalServer m_server;
+};
+
+} // namespace brightloom::ui

@@ -1,0 +1,218 @@
+#include "qt_printers.h"
+#include "recording_server.h"
+#include "service/api.h"
+#include "task_runner.h"
+#include "temp_home.h"
+#include "ui/app/browser_sign_in_page.h"
+#include "ui/desktop/single_instance.h"
+
+#include <QDialogButtonBox>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QProcess>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using namespace brightloom;
+using namespace brightloom::test;
+using namespace brightloom::ui;
+
+namespace {
+
+struct SingleInstanceTest : ::testing::Test
+{
+    QTemporaryDir runtime;
+    QString socket() const { return runtime.filePath(QStringLiteral("brightloom.socket")); }
+};
+
+// Speaks to the running instance as a second start does, from this process: the request line, then
+// the answer, while this process's event loop serves the instance's side.
+bool forwardAsASecondStart(const QString& socketPath, const QString& callback)
+{
+    QLocalSocket socket;
+    socket.connectToServer(socketPath);
+    if (!socket.waitForConnected(2000))
+        return false;
+    socket.write(callback.isEmpty() ? QByteArray("raise\n")
+                                    : QByteArray("callback ") + callback.toUtf8() + '\n');
+    socket.flush();
+    return spinUntil([&] { return socket.canReadLine(); }, std::chrono::seconds(5)) &&
+           socket.readLine().trimmed() == "ok";
+}
+
+} // namespace
+
+TEST_F(SingleInstanceTest, FirstStartListensAndASecondStartHandsItsCallbackOver)
+{
+    SingleInstance first(socket());
+    ASSERT_TRUE(first.listen());
+    QSignalSpy callbacks(&first, &SingleInstance::callbackReceived);
+    QSignalSpy raised(&first, &SingleInstance::raiseRequested);
+    ASSERT_TRUE(forwardAsASecondStart(socket(), QStringLiteral("brightloom://callback?token=abc")));
+    ASSERT_TRUE(spinUntil([&] { return callbacks.count() == 1; }));
+    EXPECT_EQ(callbacks.front().front().toString(), QStringLiteral("brightloom://callback?token=abc"));
+    EXPECT_EQ(raised.count(), 1);
+}
+
+TEST_F(SingleInstanceTest, SecondProgramStartedWithTheCallbackHandsItOverAndExits)
+{
+    SingleInstance first(socket());
+    ASSERT_TRUE(first.listen());
+    QSignalSpy callbacks(&first, &SingleInstance::callbackReceived);
+    QProcess second;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    second.setProcessEnvironment(environment);
+    second.start(QStringLiteral(BRIGHTLOOM_WINDOW_PATH), {QStringLiteral("brightloom://callback?token=xyz")});
+    ASSERT_TRUE(spinUntil([&] { return second.state() == QProcess::NotRunning; }, std::chrono::seconds(30)));
+    EXPECT_EQ(second.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(second.exitCode(), 0);
+    ASSERT_TRUE(spinUntil([&] { return callbacks.count() == 1; }));
+    EXPECT_EQ(callbacks.front().front().toString(), QStringLiteral("brightloom://callback?token=xyz"));
+}
+
+TEST_F(SingleInstanceTest, PlainSecondStartRaisesTheRunningWindowInsteadOfOpeningAnother)
+{
+    SingleInstance first(socket());
+    ASSERT_TRUE(first.listen());
+    SingleInstance second(socket());
+    EXPECT_FALSE(second.listen()); // never two windows
+    QSignalSpy raised(&first, &SingleInstance::raiseRequested);
+    ASSERT_TRUE(forwardAsASecondStart(socket(), QString()));
+    ASSERT_TRUE(spinUntil([&] { return raised.count() == 1; }));
+}
+
+TEST_F(SingleInstanceTest, StaleSocketOfACrashedRunIsReplaced)
+{
+    // A socket file nobody listens on any more, as a killed process leaves it behind.
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_GE(fd, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const QByteArray path = QFile::encodeName(socket());
+    std::memcpy(address.sun_path, path.constData(),
+                std::min<std::size_t>(path.size(), sizeof(address.sun_path) - 1));
+    ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    ::close(fd);
+    ASSERT_TRUE(QFile::exists(socket()));
+    SingleInstance next(socket());
+    EXPECT_FALSE(next.forward(QString(), 500)); // nobody answers there
+    ASSERT_TRUE(next.listen());
+    QSignalSpy raised(&next, &SingleInstance::raiseRequested);
+    ASSERT_TRUE(forwardAsASecondStart(socket(), QString()));
+    ASSERT_TRUE(spinUntil([&] { return raised.count() == 1; }));
+}
+
+TEST_F(SingleInstanceTest, AddressOfAnotherSchemeOrJunkIsDropped)
+{
+    SingleInstance first(socket());
+    ASSERT_TRUE(first.listen());
+    QSignalSpy callbacks(&first, &SingleInstance::callbackReceived);
+    ASSERT_TRUE(forwardAsASecondStart(socket(), QStringLiteral("https://evil.example/?token=x")));
+    QLocalSocket junk;
+    junk.connectToServer(socket());
+    ASSERT_TRUE(junk.waitForConnected(2000));
+    junk.write(QByteArray(64 * 1024, 'x'));
+    junk.flush();
+    spinUntil([&] { return junk.state() == QLocalSocket::UnconnectedState; }, std::chrono::seconds(5));
+    EXPECT_EQ(junk.state(), QLocalSocket::UnconnectedState);
+    EXPECT_EQ(callbacks.count(), 0);
+}
+
+namespace {
+
+struct BrowserSignInTest : SingleInstanceTest
+{
+    TempHome home;
+    RecordingServer server;
+    std::unique_ptr<API> api;
+    QWidget window;
+    QList<QUrl> opened;
+
+    void SetUp() override
+    {
+        home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
+        server.on(QStringLiteral("POST /api/auth/one-time-token/verify"),
+                  ScriptedReply::json(200, R"({"user":{}})"));
+        server.on(QStringLiteral("GET /api/projects"), ScriptedReply::json(200, R"({"projects":[]})"));
+        api = std::make_unique<API>();
+        window.show();
+    }
+};
+
+} // namespace
+
+TEST_F(BrowserSignInTest, CallbackFromASecondStartSignsTheWindowIn)
+{
+    SingleInstance instance(socket());
+    ASSERT_TRUE(instance.listen());
+    BrowserSignInPage page(instance, &window, [this](const QUrl& url) {
+        opened.append(url);
+        return true;
+    });
+    api->setSignInPage(&page);
+    auto outcome = std::make_shared<Outcome<void>>();
+    auto signIn = [](API& client, std::shared_ptr<Outcome<void>> out) -> QCoro::Task<> {
+        try {
+            co_await client.signInWithGoogle();
+            out->value = true;
+        } catch (...) {
+            out->error = std::current_exception();
+        }
+        out->finished = true;
+    }(*api, outcome);
+    ASSERT_TRUE(spinUntil([&] { return page.waitingDialog() && page.waitingDialog()->isVisible(); }));
+    EXPECT_EQ(opened, QList<QUrl>{server.baseUrl().resolved(QUrl(QStringLiteral("native-sign-in")))});
+    ASSERT_TRUE(forwardAsASecondStart(socket(), QStringLiteral("brightloom://callback?token=one-time")));
+    ASSERT_TRUE(spinUntil([&] { return outcome->finished; }));
+    EXPECT_TRUE(outcome->ok()) << outcome->errorText().toStdString();
+    EXPECT_TRUE(api->signedIn());
+    const auto verify = server.requestsTo(QStringLiteral("/api/auth/one-time-token/verify"));
+    ASSERT_EQ(verify.size(), 1);
+    EXPECT_EQ(QJsonDocument::fromJson(verify.front().body).object().value(QStringLiteral("token")).toString(),
+              QStringLiteral("one-time"));
+}
+
+TEST_F(BrowserSignInTest, CancellingTheWaitingDialogSaysSignInCancelled)
+{
+    SingleInstance instance(socket());
+    BrowserSignInPage page(instance, &window, [](const QUrl&) { return true; });
+    api->setSignInPage(&page);
+    Outcome<void> outcome;
+    auto task = [](API& client, Outcome<void>& out) -> QCoro::Task<> {
+        try {
+            co_await client.signInWithGoogle();
+        } catch (...) {
+            out.error = std::current_exception();
+        }
+        out.finished = true;
+    }(*api, outcome);
+    ASSERT_TRUE(spinUntil([&] { return page.waitingDialog() && page.waitingDialog()->isVisible(); }));
+    auto* buttons = page.waitingDialog()->findChild<QDialogButtonBox*>();
+    ASSERT_NE(buttons, nullptr);
+    QTest::mouseClick(buttons->button(QDialogButtonBox::Cancel), Qt::LeftButton);
+    ASSERT_TRUE(spinUntil([&] { return outcome.finished; }));
+    EXPECT_EQ(outcome.errorText(), QStringLiteral("Sign-in cancelled."));
+    EXPECT_FALSE(api->signedIn());
+}
+
+TEST_F(BrowserSignInTest, BrowserThatCannotBeOpenedSaysTheSignInWindowCouldNotOpen)
+{
+    SingleInstance instance(socket());
+    BrowserSignInPage page(instance, &window, [](const QUrl&) { return false; });
+    api->setSignInPage(&page);
+    const Outcome<void> outcome = run(api->signInWithGoogle());
+    EXPECT_EQ(outcome.errorText(), QStringLiteral("Could not open the sign-in window."));
+    EXPECT_EQ(page.waitingDialog(), nullptr);
+}

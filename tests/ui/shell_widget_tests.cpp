@@ -1,0 +1,367 @@
+#include "app/auth_view.h"
+#include "app/main_view.h"
+#include "app/root_view.h"
+#include "app/version.h"
+#include "app/worker_status_banner.h"
+#include "conversation/chat_view.h"
+#include "localbuild/local_builds.h"
+#include "qt_printers.h"
+#include "recording_server.h"
+#include "service/api.h"
+#include "task_runner.h"
+#include "temp_home.h"
+#include "ui/app/auth_view_widget.h"
+#include "ui/app/main_view_widget.h"
+#include "ui/app/root_view_widget.h"
+#include "ui/app/sidebar.h"
+#include "ui/app/sidebar_model.h"
+#include "ui/app/worker_status_banner_widget.h"
+#include "ui/desktop/desktop_notifier.h"
+#include "ui/shared/link_button.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QPushButton>
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace brightloom;
+using namespace brightloom::test;
+using namespace brightloom::ui;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QByteArray twoProjects =
+    R"({"projects":[{"id":"p1","name":"Notes"},{"id":"p2","name":"Timer","unsafe":true}]})";
+
+class RecordingNotifier final : public DesktopNotifier
+{
+public:
+    RecordingNotifier() : DesktopNotifier(QDBusConnection(QStringLiteral("none"))) {}
+    void notify(const QString& title, const QString& body) override
+    {
+        shown.append(title + QLatin1Char('|') + body);
+    }
+    QStringList shown;
+};
+
+// A window's content over a recording service, in a home of its own.
+struct ShellWidgetTest : ::testing::Test
+{
+    TempHome home;
+    RecordingServer server;
+    std::unique_ptr<API> api;
+    std::unique_ptr<LocalBuilds> local;
+    QWidget window;
+
+    void SetUp() override
+    {
+        home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
+        server.on(QStringLiteral("GET /api/projects"), ScriptedReply::json(200, twoProjects));
+        server.on(QStringLiteral("POST /api/auth/sign-out"), ScriptedReply::json(200, "{}"));
+        server.on(QStringLiteral("GET /api/worker-status"),
+                  ScriptedReply::json(200, R"({"online":true,"delayed":false})"));
+        api = std::make_unique<API>();
+        local = std::make_unique<LocalBuilds>();
+        window.resize(1000, 640);
+    }
+
+    void show(QWidget* content)
+    {
+        content->setParent(&window);
+        content->resize(window.size());
+        window.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    }
+
+    QJsonObject lastBody(const QString& path) const
+    {
+        const auto requests = server.requestsTo(path);
+        return requests.isEmpty() ? QJsonObject() : QJsonDocument::fromJson(requests.back().body).object();
+    }
+
+    static QStringList sidebarRows(const Sidebar& sidebar)
+    {
+        QStringList rows;
+        const SidebarModel* model = sidebar.model();
+        for (int row = 0; row < model->rowCount(); ++row)
+            rows << model->index(row).data().toString();
+        return rows;
+    }
+};
+
+} // namespace
+
+TEST_F(ShellWidgetTest, RootShowsACentredSpinnerWhileCheckingThenTheSignInScreen)
+{
+    ScriptedReply slow = ScriptedReply::json(200, "null");
+    slow.delayMs = 300;
+    server.on(QStringLiteral("GET /api/auth/get-session"), slow);
+    auto* root = new RootViewWidget(*api, *local, {}, nullptr);
+    show(root);
+    EXPECT_TRUE(root->spinnerPage()->isVisible());
+    EXPECT_EQ(root->authView(), nullptr);
+    ASSERT_TRUE(spinUntil([&] { return root->authView() && root->authView()->isVisible(); }));
+    EXPECT_FALSE(root->spinnerPage()->isVisible());
+}
+
+TEST_F(ShellWidgetTest, WrongPasswordShowsTheServicesMessageInRedAndKeepsTheFields)
+{
+    server.on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, "null"));
+    server.on(QStringLiteral("POST /api/auth/sign-in/email"),
+              ScriptedReply::json(401, R"({"message":"Invalid email or password"})"));
+    auto* root = new RootViewWidget(*api, *local, {}, nullptr);
+    show(root);
+    ASSERT_TRUE(spinUntil([&] { return root->authView() != nullptr; }));
+    AuthViewWidget* auth = root->authView();
+    QTest::keyClicks(auth->emailField(), QStringLiteral("ada@example.com"));
+    QTest::keyClicks(auth->passwordField(), QStringLiteral("wrong"));
+    QTest::mouseClick(auth->primaryButton(), Qt::LeftButton);
+    ASSERT_TRUE(spinUntil([&] { return auth->errorLabel()->isVisible(); }));
+    EXPECT_EQ(auth->errorLabel()->text(), QStringLiteral("Invalid email or password"));
+    EXPECT_EQ(auth->errorLabel()->palette().color(QPalette::WindowText), QColor(220, 38, 38));
+    EXPECT_EQ(auth->emailField()->text(), QStringLiteral("ada@example.com"));
+    EXPECT_EQ(auth->passwordField()->text(), QStringLiteral("wrong"));
+    EXPECT_EQ(auth->passwordField()->echoMode(), QLineEdit::Password);
+}
+
+TEST_F(ShellWidgetTest, SignUpWithoutANameSendsTheEmailAsNameAndOpensTheMainScreen)
+{
+    server.on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, "null"));
+    server.on(QStringLiteral("POST /api/auth/sign-up/email"), ScriptedReply::json(200, R"({"user":{}})"));
+    auto* root = new RootViewWidget(*api, *local, {}, nullptr);
+    show(root);
+    ASSERT_TRUE(spinUntil([&] { return root->authView() != nullptr; }));
+    AuthViewWidget* auth = root->authView();
+    EXPECT_FALSE(auth->nameField()->isVisible());
+    QTest::mouseClick(auth->toggleButton(), Qt::LeftButton);
+    EXPECT_TRUE(auth->nameField()->isVisible());
+    EXPECT_EQ(auth->primaryButton()->text(), QStringLiteral("Create account"));
+    EXPECT_EQ(auth->toggleButton()->text(), QStringLiteral("I already have an account"));
+    QTest::keyClicks(auth->emailField(), QStringLiteral("ada@example.com"));
+    QTest::keyClicks(auth->passwordField(), QStringLiteral("secret"));
+    QTest::keyClick(auth->passwordField(), Qt::Key_Return); // Return anywhere in the form submits
+    ASSERT_TRUE(spinUntil([&] { return root->mainView() != nullptr; }));
+    EXPECT_EQ(lastBody(QStringLiteral("/api/auth/sign-up/email")).value(QStringLiteral("name")).toString(),
+              QStringLiteral("ada@example.com"));
+}
+
+TEST_F(ShellWidgetTest, PrimaryButtonIsDisabledUntilEmailAndPasswordHoldSomething)
+{
+    auto* auth = new AuthViewWidget(*api);
+    show(auth);
+    EXPECT_EQ(auth->primaryButton()->text(), QStringLiteral("Sign in"));
+    EXPECT_FALSE(auth->primaryButton()->isEnabled());
+    QTest::keyClicks(auth->emailField(), QStringLiteral("a"));
+    EXPECT_FALSE(auth->primaryButton()->isEnabled());
+    QTest::keyClicks(auth->passwordField(), QStringLiteral("b"));
+    EXPECT_TRUE(auth->primaryButton()->isEnabled());
+    EXPECT_TRUE(auth->googleButton()->isEnabled());
+    EXPECT_EQ(auth->googleButton()->text(), QStringLiteral("Continue with Google"));
+    EXPECT_EQ(auth->emailField()->accessibleName(), QStringLiteral("Email"));
+    EXPECT_EQ(auth->passwordField()->accessibleName(), QStringLiteral("Password"));
+}
+
+TEST_F(ShellWidgetTest, SidebarListsTheProjectsInTheServicesOrderUnderTheFixedEntries)
+{
+    ASSERT_TRUE(run(api->loadProjects()).ok());
+    auto* main = new MainViewWidget(*api, *local, {}, nullptr);
+    show(main);
+    EXPECT_EQ(sidebarRows(*main->sidebar()),
+              (QStringList{QStringLiteral("New app"), QStringLiteral("My apps"), QStringLiteral("Your apps"),
+                           QStringLiteral("Notes"), QStringLiteral("Timer")}));
+    const SidebarModel* model = main->sidebar()->model();
+    EXPECT_TRUE(model->index(4).data(Qt::DecorationRole).value<QIcon>().isNull() == false);
+    EXPECT_EQ(model->index(4).data(SidebarModel::SymbolHelpRole).toString(),
+              QStringLiteral("Made from an imported GitHub repo (unsafe mode)"));
+    EXPECT_FALSE(model->index(3).data(SidebarModel::SymbolHelpRole).isValid());
+    EXPECT_EQ(main->sidebar()->versionLabel()->text(),
+              QStringLiteral("Version ") + QStringLiteral(BRIGHTLOOM_VERSION));
+    EXPECT_EQ(main->sidebar()->signOutButton()->text(), QStringLiteral("Sign out"));
+}
+
+TEST_F(ShellWidgetTest, SidebarFollowsTheProjectListAfterACreateAndAFork)
+{
+    ASSERT_TRUE(run(api->loadProjects()).ok());
+    auto* main = new MainViewWidget(*api, *local, {}, nullptr);
+    show(main);
+    main->model().select(QStringLiteral("p1"));
+    server.on(QStringLiteral("POST /api/projects"), ScriptedReply::json(200, R"({"id":"p3"})"));
+    server.on(QStringLiteral("GET /api/projects"),
+              ScriptedReply::json(200,
+                                  R"({"projects":[{"id":"p3","name":"Clock"},{"id":"p1","name":"Notes"},)"
+                                  R"({"id":"p2","name":"Timer","unsafe":true}]})"));
+    ASSERT_TRUE(run(api->createProject(QStringLiteral("a clock"), false, std::nullopt, std::nullopt)).ok());
+    EXPECT_EQ(sidebarRows(*main->sidebar()).mid(3),
+              (QStringList{QStringLiteral("Clock"), QStringLiteral("Notes"), QStringLiteral("Timer")}));
+    // The selected project keeps its row selected while rows are added before it.
+    EXPECT_EQ(main->sidebar()->list()->currentIndex().data(SidebarModel::SelectionRole).toString(),
+              QStringLiteral("p1"));
+    server.on(QStringLiteral("POST /api/templates/fork"), ScriptedReply::json(200, R"({"projectId":"p4"})"));
+    server.on(
+        QStringLiteral("GET /api/projects"),
+        ScriptedReply::json(200, R"({"projects":[{"id":"p4","name":"Clock copy"},{"id":"p3","name":"Clock"},)"
+                                 R"({"id":"p1","name":"Notes"}]})"));
+    ASSERT_TRUE(run(api->forkTemplate(QStringLiteral("job-1"))).ok());
+    EXPECT_EQ(sidebarRows(*main->sidebar()).mid(3),
+              (QStringList{QStringLiteral("Clock copy"), QStringLiteral("Clock"), QStringLiteral("Notes")}));
+}
+
+TEST_F(ShellWidgetTest, ChoosingSidebarRowsSelectsTheirScreens)
+{
+    ASSERT_TRUE(run(api->loadProjects()).ok());
+    auto* main = new MainViewWidget(*api, *local, {}, nullptr);
+    show(main);
+    EXPECT_EQ(main->model().detail().screen, MainView::Screen::newProject);
+    QListView* list = main->sidebar()->list();
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                      list->visualRect(list->model()->index(1, 0)).center());
+    EXPECT_EQ(main->model().detail().screen, MainView::Screen::library);
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                      list->visualRect(list->model()->index(3, 0)).center());
+    EXPECT_EQ(main->model().detail().project->id, QStringLiteral("p1"));
+    // The heading is not a destination.
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                      list->visualRect(list->model()->index(2, 0)).center());
+    EXPECT_EQ(main->model().selection(), QStringLiteral("p1"));
+}
+
+TEST_F(ShellWidgetTest, KeyboardShortcutsOpenNewAppMyAppsAndTheFirstNineProjects)
+{
+    ASSERT_TRUE(run(api->loadProjects()).ok());
+    auto* main = new MainViewWidget(*api, *local, {}, nullptr);
+    show(main);
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    QTest::keyClick(&window, Qt::Key_2, Qt::ControlModifier);
+    EXPECT_EQ(main->model().selection(), QStringLiteral("p2"));
+    QTest::keyClick(&window, Qt::Key_A, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(main->model().selection(), MainView::librarySelection);
+    QTest::keyClick(&window, Qt::Key_N, Qt::ControlModifier);
+    EXPECT_EQ(main->model().selection(), MainView::newSelection);
+    QTest::keyClick(&window, Qt::Key_9, Qt::ControlModifier); // no ninth project: nothing changes
+    EXPECT_EQ(main->model().selection(), MainView::newSelection);
+    EXPECT_EQ(main->sidebar()->model()->index(0).data(Qt::ToolTipRole).toString(),
+              QStringLiteral("New app (Ctrl+N)"));
+    EXPECT_EQ(main->sidebar()->model()->index(3).data(Qt::ToolTipRole).toString(),
+              QStringLiteral("Notes (Ctrl+1)"));
+}
+
+TEST_F(ShellWidgetTest, EachSelectionBuildsAFreshScreen)
+{
+    ASSERT_TRUE(run(api->loadProjects()).ok());
+    int made = 0;
+    Screens screens;
+    screens.conversation = [&made](const Project& project) {
+        ++made;
+        return Screens::Conversation{new QLabel(project.name), nullptr};
+    };
+    auto* main = new MainViewWidget(*api, *local, screens, nullptr);
+    show(main);
+    main->model().select(QStringLiteral("p1"));
+    QPointer<QWidget> first = main->detail();
+    main->model().select(QStringLiteral("p2"));
+    EXPECT_EQ(made, 2);
+    EXPECT_TRUE(first.isNull());
+    EXPECT_EQ(qobject_cast<QLabel*>(main->detail())->text(), QStringLiteral("Timer"));
+}
+
+TEST_F(ShellWidgetTest, SigningOutReturnsToAnEmptySignInScreenAndDropsTheMainScreen)
+{
+    server.on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, R"({"user":{}})"));
+    auto* root = new RootViewWidget(*api, *local, {}, nullptr);
+    show(root);
+    ASSERT_TRUE(spinUntil([&] { return root->mainView() != nullptr; }));
+    QPointer<MainViewWidget> main = root->mainView();
+    main->model().select(QStringLiteral("library"));
+    QTest::mouseClick(main->sidebar()->signOutButton(), Qt::LeftButton);
+    ASSERT_TRUE(spinUntil([&] { return root->authView() != nullptr; }));
+    ASSERT_TRUE(spinUntil([&] { return main.isNull(); }));
+    EXPECT_TRUE(root->authView()->emailField()->text().isEmpty());
+    EXPECT_FALSE(root->authView()->model().creating());
+    EXPECT_EQ(server.requestsTo(QStringLiteral("/api/auth/sign-out")).size(), 1);
+}
+
+TEST_F(ShellWidgetTest, WorkerBannerShowsOneRowWhileDelayedAndTakesNoSpaceOtherwise)
+{
+    server.on(QStringLiteral("GET /api/worker-status"),
+              ScriptedReply::json(200, R"({"online":false,"delayed":true,"reason":"offline"})"));
+    auto* banner = new WorkerStatusBannerWidget(*api);
+    banner->model().setInterval(20ms);
+    show(banner);
+    ASSERT_TRUE(spinUntil([&] { return banner->row()->isVisible(); }));
+    EXPECT_EQ(banner->row()->text(),
+              QStringLiteral("<b>Builds are delayed right now.</b> Our build machine is offline. Your "
+                             "build will stay queued and start automatically when it is back."));
+    EXPECT_TRUE(banner->row()->findChildren<QWidget*>().isEmpty()); // read as one element
+    server.on(QStringLiteral("GET /api/worker-status"),
+              ScriptedReply::json(200, R"({"online":true,"delayed":false})"));
+    ASSERT_TRUE(spinUntil([&] { return !banner->row()->isVisible(); }));
+    EXPECT_EQ(banner->sizeHint().height(), 0);
+    window.hide();
+    EXPECT_FALSE(banner->model().polling());
+}
+
+TEST_F(ShellWidgetTest, BuildThatEndsWhileTheWindowIsElsewhereIsAnnouncedOnTheDesktop)
+{
+    ASSERT_TRUE(run(api->loadProjects()).ok());
+    server.on(QStringLiteral("GET /api/projects/p1"),
+              ScriptedReply::json(200, R"({"project":{"id":"p1","name":"Notes"},"messages":[],)"
+                                       R"("jobs":[{"id":"j1","status":"building","stage":"compiling"}]})"));
+    RecordingNotifier notifier;
+    ChatView* chat = nullptr;
+    Screens screens;
+    screens.conversation = [&](const Project& project) {
+        auto* label = new QLabel(project.name);
+        chat = new ChatView(*api, *local, project, nullptr, label);
+        return Screens::Conversation{label, chat};
+    };
+    auto* main = new MainViewWidget(*api, *local, screens, &notifier);
+    show(main);
+    main->model().select(QStringLiteral("p1"));
+    ASSERT_NE(chat, nullptr);
+    ASSERT_TRUE(run(chat->refresh()).ok());
+    EXPECT_TRUE(notifier.shown.isEmpty());
+    // The user looks at another window.
+    QWidget elsewhere;
+    elsewhere.show();
+    elsewhere.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&elsewhere));
+    ASSERT_FALSE(window.isActiveWindow());
+    server.on(QStringLiteral("GET /api/projects/p1"),
+              ScriptedReply::json(200, R"({"project":{"id":"p1","name":"Notes"},"messages":[],)"
+                                       R"("jobs":[{"id":"j1","status":"ready"}]})"));
+    ASSERT_TRUE(run(chat->refresh()).ok());
+    EXPECT_EQ(notifier.shown, QStringList{QStringLiteral("Notes|Your app is ready to download.")});
+}
+
+TEST_F(ShellWidgetTest, BuildThatEndsWhileTheWindowIsInFrontIsNotAnnounced)
+{
+    ASSERT_TRUE(run(api->loadProjects()).ok());
+    server.on(QStringLiteral("GET /api/projects/p1"),
+              ScriptedReply::json(200, R"({"project":{"id":"p1","name":"Notes"},"messages":[],)"
+                                       R"("jobs":[{"id":"j1","status":"queued"}]})"));
+    RecordingNotifier notifier;
+    ChatView* chat = nullptr;
+    Screens screens;
+    screens.conversation = [&](const Project& project) {
+        auto* label = new QLabel(project.name);
+        chat = new ChatView(*api, *local, project, nullptr, label);
+        return Screens::Conversation{label, chat};
+    };
+    auto* main = new MainViewWidget(*api, *local, screens, &notifier);
+    show(main);
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    main->model().select(QStringLiteral("p1"));
+    ASSERT_TRUE(run(chat->refresh()).ok());
+    server.on(QStringLiteral("GET /api/projects/p1"),
+              ScriptedReply::json(200, R"({"project":{"id":"p1","name":"Notes"},"messages":[],)"
+                                       R"("jobs":[{"id":"j1","status":"failed"}]})"));
+    ASSERT_TRUE(run(chat->refresh()).ok());
+    EXPECT_TRUE(notifier.shown.isEmpty());
+}

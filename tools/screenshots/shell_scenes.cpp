@@ -1,0 +1,75 @@
+// Scenes of the app as a whole: the sign-in screen and the main screen with its sidebar and the
+// worker banner.
+
+#include "app/auth_view.h"
+#include "app/main_view.h"
+#include "app/worker_status_banner.h"
+#include "scene.h"
+#include "service/api.h"
+#include "ui/app/auth_view_widget.h"
+#include "ui/app/main_view_widget.h"
+#include "ui/app/worker_status_banner_widget.h"
+
+#include <QLineEdit>
+
+namespace brightloom::screens {
+namespace {
+
+QCoro::Task<QWidget*> signIn(SceneContext& context)
+{
+    co_return new ui::AuthViewWidget(context.api);
+}
+
+QCoro::Task<QWidget*> signInError(SceneContext& context)
+{
+    auto* screen = new ui::AuthViewWidget(context.api);
+    screen->model().toggle();
+    screen->nameField()->setText(QStringLiteral("Ada"));
+    screen->emailField()->setText(QStringLiteral("ada@example.com"));
+    screen->passwordField()->setText(QStringLiteral("secret"));
+    screen->model().setName(QStringLiteral("Ada"));
+    screen->model().setEmail(QStringLiteral("ada@example.com"));
+    screen->model().setPassword(QStringLiteral("secret"));
+    // Signing up with the demo account's address again: the service refuses it.
+    screen->model().setEmail(QStringLiteral("demo@brightloom.test"));
+    screen->emailField()->setText(QStringLiteral("demo@brightloom.test"));
+    screen->model().submit();
+    co_await waitUntil([screen] { return !screen->model().busy(); });
+    co_return screen;
+}
+
+QCoro::Task<QWidget*> mainScreen(SceneContext& context)
+{
+    co_await context.api.loadProjects();
+    auto* screen = new ui::MainViewWidget(context.api, context.local, context.screens, nullptr);
+    if (!context.api.projects().isEmpty())
+        screen->model().select(context.api.projects().front().id);
+    co_return screen;
+}
+
+QCoro::Task<QWidget*> workerDelayed(SceneContext& context)
+{
+    co_await context.control(QStringLiteral("PUT"), QStringLiteral("control/worker-status"),
+                             QByteArray(R"({"online":false,"delayed":true,"reason":"offline"})"));
+    auto* screen = new ui::MainViewWidget(context.api, context.local, context.screens, nullptr);
+    screen->resize(1100, 400);
+    screen->show(); // the banner polls while it is shown
+    co_await waitUntil([screen] { return screen->banner()->model().shown(); });
+    co_return screen;
+}
+
+QCoro::Task<> workersBackOnTime(SceneContext& context)
+{
+    co_await context.control(QStringLiteral("PUT"), QStringLiteral("control/worker-status"),
+                             QByteArray(R"({"online":true,"delayed":false})"));
+}
+
+const SceneRegistration registered{
+    {QStringLiteral("sign-in"), QSize(900, 600), signIn},
+    {QStringLiteral("sign-in-error"), QSize(900, 640), signInError},
+    {QStringLiteral("main"), QSize(1100, 700), mainScreen},
+    {QStringLiteral("worker-delayed"), QSize(1100, 400), workerDelayed, workersBackOnTime},
+};
+
+} // namespace
+} // namespace brightloom::screens
