@@ -166,6 +166,18 @@ TEST_F(ShellWidgetTest, PrimaryButtonIsDisabledUntilEmailAndPasswordHoldSomethin
     EXPECT_EQ(auth->passwordField()->accessibleName(), QStringLiteral("Password"));
 }
 
+TEST_F(ShellWidgetTest, FieldsFilledByAssistiveToolsReachTheForm)
+{
+    // Screen readers and input tools set a field's text without key presses.
+    auto* auth = new AuthViewWidget(*api);
+    show(auth);
+    auth->emailField()->setText(QStringLiteral("ada@example.com"));
+    auth->passwordField()->setText(QStringLiteral("secret"));
+    EXPECT_EQ(auth->model().email(), QStringLiteral("ada@example.com"));
+    EXPECT_EQ(auth->model().password(), QStringLiteral("secret"));
+    EXPECT_TRUE(auth->primaryButton()->isEnabled());
+}
+
 TEST_F(ShellWidgetTest, SidebarListsTheProjectsInTheServicesOrderUnderTheFixedEntries)
 {
     ASSERT_TRUE(run(api->loadProjects()).ok());

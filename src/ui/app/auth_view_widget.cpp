@@ -102,9 +102,9 @@ AuthViewWidget::AuthViewWidget(API& api, QWidget* parent) : QWidget(parent), m_m
     outer->addStretch(1);
 
     AuthView* model = m_model;
-    connect(m_name, &QLineEdit::textEdited, model, &AuthView::setName);
-    connect(m_email, &QLineEdit::textEdited, model, &AuthView::setEmail);
-    connect(m_password, &QLineEdit::textEdited, model, &AuthView::setPassword);
+    connect(m_name, &QLineEdit::textChanged, model, &AuthView::setName);
+    connect(m_email, &QLineEdit::textChanged, model, &AuthView::setEmail);
+    connect(m_password, &QLineEdit::textChanged, model, &AuthView::setPassword);
     for (QLineEdit* edit : {m_name, m_email, m_password})
         connect(edit, &QLineEdit::returnPressed, model, &AuthView::submit);
     connect(m_primary, &QPushButton::clicked, model, &AuthView::submit);

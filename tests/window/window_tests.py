@@ -1,0 +1,127 @@
+"""The window as a person uses it, through the accessibility tree, against the stand-in service.
+
+Run by CTest under Xvfb and a private session bus (run_window_tests.sh):
+    window_tests.py WINDOW DEVSERVER [unittest arguments]
+"""
+
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+import pyatspi
+
+import atspi_driver as ui
+from stand_in_service import StandInService
+
+WINDOW = DEVSERVER = None
+DEMO_EMAIL = "demo@brightloom.test"
+DEMO_PASSWORD = "brightloom-demo"
+
+
+class WindowTest(unittest.TestCase):
+    def setUp(self):
+        self.home = tempfile.mkdtemp(prefix="brightloom-window-")
+        self.addCleanup(shutil.rmtree, self.home, True)
+        self.service = StandInService(DEVSERVER, os.path.join(self.home, "server"))
+        self.addCleanup(self.service.stop)
+        self.opened = os.path.join(self.home, "opened")
+        self.env = self._environment()
+        self.processes = []
+
+    def _environment(self):
+        env = dict(os.environ)
+        runtime = os.path.join(self.home, "runtime")
+        os.makedirs(runtime, mode=0o700)
+        # The desktop's opener: records what the window asks it to open, in place of a browser.
+        tools = os.path.join(self.home, "bin")
+        os.makedirs(tools)
+        opener = os.path.join(tools, "xdg-open")
+        with open(opener, "w") as script:
+            script.write('#!/bin/sh\nprintf "%%s\\n" "$1" >> "%s"\n' % self.opened)
+        os.chmod(opener, 0o755)
+        env.update({
+            "HOME": self.home,
+            "XDG_CONFIG_HOME": os.path.join(self.home, ".config"),
+            "XDG_DATA_HOME": os.path.join(self.home, ".local/share"),
+            "XDG_CACHE_HOME": os.path.join(self.home, ".cache"),
+            "XDG_DOWNLOAD_DIR": os.path.join(self.home, "Downloads"),
+            "XDG_RUNTIME_DIR": runtime,
+            "PATH": tools + os.pathsep + env.get("PATH", ""),
+            "BRIGHTLOOM_URL": self.service.base,
+            "BRIGHTLOOM_CA_FILE": self.service.certificate,
+            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
+            "QT_ACCESSIBILITY": "1",
+            "GSETTINGS_BACKEND": "memory",
+            "BRIGHTLOOM_APPEARANCE": "light",
+        })
+        env.pop("QT_QPA_PLATFORM", None)
+        return env
+
+    def start_window(self, *arguments):
+        log = open(os.path.join(self.home, "window.log"), "a")
+        self.addCleanup(log.close)
+        process = subprocess.Popen([WINDOW] + list(arguments), env=self.env, stdout=subprocess.DEVNULL, stderr=log)
+        self.processes.append(process)
+        self.addCleanup(self._stop, process)
+        return process
+
+    @staticmethod
+    def _stop(process):
+        if process.poll() is None:
+            process.terminate()
+            try:
+                process.wait(timeout=10)
+            except subprocess.TimeoutExpired:
+                process.kill()
+
+    def sign_in_with_password(self, app):
+        ui.type_into(ui.find(app, pyatspi.ROLE_TEXT, name="Email"), DEMO_EMAIL)
+        ui.type_into(ui.find(app, pyatspi.ROLE_PASSWORD_TEXT, name="Password"), DEMO_PASSWORD)
+        ui.press(ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Sign in"))
+        ui.find(app, pyatspi.ROLE_LIST_ITEM, name="My apps")
+
+    def test_signing_in_with_the_password_shows_the_projects_and_signing_out_returns(self):
+        self.start_window()
+        app = ui.application("Brightloom")
+        self.sign_in_with_password(app)
+        ui.find(app, pyatspi.ROLE_LIST_ITEM, name="Recipe Box")
+        ui.find(app, pyatspi.ROLE_LIST_ITEM, name="Pomodoro Timer")
+        ui.press(ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Sign out"))
+        ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Sign in")
+        ui.gone(app, pyatspi.ROLE_LIST_ITEM, name="My apps")
+
+    def test_wrong_password_shows_the_services_message(self):
+        self.start_window()
+        app = ui.application("Brightloom")
+        ui.type_into(ui.find(app, pyatspi.ROLE_TEXT, name="Email"), DEMO_EMAIL)
+        ui.type_into(ui.find(app, pyatspi.ROLE_PASSWORD_TEXT, name="Password"), "not the password")
+        ui.press(ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Sign in"))
+        error = ui.find(app, pyatspi.ROLE_LABEL, description="Sign-in error")
+        self.assertTrue(error.name)
+
+    def test_browser_sign_in_reaches_the_running_window_through_a_second_start(self):
+        self.start_window()
+        app = ui.application("Brightloom")
+        ui.press(ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Continue with Google"))
+        page = ui.wait_for("the sign-in page to be opened", lambda: os.path.exists(self.opened) and open(self.opened).read())
+        self.assertEqual(page.strip(), self.service.base + "native-sign-in")
+        callback = self.service.browser_sign_in(DEMO_EMAIL, DEMO_PASSWORD)
+        self.assertTrue(callback.startswith("brightloom://callback?token="))
+        second = self.start_window(callback)
+        self.assertEqual(second.wait(timeout=30), 0)
+        ui.find(app, pyatspi.ROLE_LIST_ITEM, name="Recipe Box")
+        self.assertIsNone(self.processes[0].poll(), "the first window must keep running")
+
+
+def main():
+    global WINDOW, DEVSERVER
+    WINDOW, DEVSERVER = sys.argv[1], sys.argv[2]
+    unittest.main(argv=[sys.argv[0]] + sys.argv[3:], verbosity=2)
+
+
+if __name__ == "__main__":
+    main()
