@@ -1,3 +1,4 @@
+#include "app/version.h"
 #include "arguments.h"
 #include "commands.h"
 #include "console.h"
@@ -91,6 +92,10 @@ void filterQtMessages(QtMsgType type, const QMessageLogContext& context, const Q
 
 int main(int argc, char** argv)
 {
+    if (argc == 2 && (qstrcmp(argv[1], "--version") == 0 || qstrcmp(argv[1], "version") == 0)) {
+        std::printf("brightloom-cli %s\n", BRIGHTLOOM_VERSION);
+        return 0;
+    }
     // Local builds draw app icons, which needs fonts and so a GUI application; the offscreen
     // platform keeps the command line free of any display.
     qInstallMessageHandler(brightloom::cli::filterQtMessages);

@@ -76,6 +76,39 @@ bool desktopPrefersDark()
     return QApplication::palette().color(QPalette::Window).lightness() < 128;
 }
 
+namespace {
+
+// Listens to the desktop portal's "SettingChanged" for the colour scheme.
+class AppearanceWatcher final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit AppearanceWatcher(QApplication& app) : QObject(&app), m_app(app)
+    {
+        QDBusConnection::sessionBus().connect(QStringLiteral("org.freedesktop.portal.Desktop"),
+                                              QStringLiteral("/org/freedesktop/portal/desktop"),
+                                              QStringLiteral("org.freedesktop.portal.Settings"),
+                                              QStringLiteral("SettingChanged"), this,
+                                              SLOT(settingChanged(QString, QString, QDBusVariant)));
+    }
+
+private Q_SLOTS:
+    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
+    {
+        if (group != QLatin1String("org.freedesktop.appearance") || key != QLatin1String("color-scheme"))
+            return;
+        const uint scheme = value.variant().toUInt();
+        if (scheme == 1 || scheme == 2)
+            m_app.setPalette(scheme == 1 ? darkPalette() : lightPalette());
+    }
+
+private:
+    QApplication& m_app;
+};
+
+} // namespace
+
 void applyDesktopPalette(QApplication& app)
 {
     // BRIGHTLOOM_APPEARANCE ("light" or "dark") overrides the desktop, for screenshots and tests.
@@ -83,6 +116,10 @@ void applyDesktopPalette(QApplication& app)
     const bool dark = choice == "dark" || (choice != "light" && desktopPrefersDark());
     app.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     app.setPalette(dark ? darkPalette() : lightPalette());
+    if (choice.isEmpty() && QDBusConnection::sessionBus().isConnected())
+        new AppearanceWatcher(app);
 }
 
 } // namespace brightloom::ui
+
+#include "palette.moc"

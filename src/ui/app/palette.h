@@ -15,7 +15,8 @@ QPalette darkPalette();
 // portal answers it, else how dark the platform's own window colour is.
 bool desktopPrefersDark();
 
-// Gives the application the palette that suits the desktop.
+// Gives the application the palette that suits the desktop, and follows the desktop when its
+// preference changes while the program runs.
 void applyDesktopPalette(QApplication& app);
 
 } // namespace brightloom::ui
