@@ -2,8 +2,8 @@
 #include "app/scripted_dialogs.h"
 #include "app/user_defaults.h"
 #include "conversation/new_project_view.h"
-#include "library/gallery_view.h"
 #include "gallery_service.h"
+#include "library/gallery_view.h"
 #include "localbuild/local_builds.h"
 #include "qt_printers.h"
 #include "recording_desktop.h"
@@ -293,4 +293,16 @@ TEST_F(NewProjectWidgetTest, TemplateUsedInTheGalleryBelowOpensThroughTheSameCal
     EXPECT_EQ(created, QStringList{QStringLiteral("p-fork")});
     EXPECT_TRUE(gallery->geometry().top() > screen->picker()->geometry().bottom())
         << "the gallery is below the form";
+}
+
+TEST_F(NewProjectWidgetTest, GalleryBelowTheFormLoadsIconsOnlyForTheTilesInTheScreensView)
+{
+    service.apps = manyGalleryApps(1000);
+    open();
+    GalleryViewWidget* gallery = screen->gallery();
+    ASSERT_TRUE(
+        spinUntil([&] { return gallery->model().loaded() && !gallery->grid()->liveTiles().isEmpty(); }));
+    const int live = int(gallery->grid()->liveTiles().size());
+    ASSERT_TRUE(spinUntil([&] { return icons->loadsStarted() == live && service.iconRequests() == live; }));
+    EXPECT_LE(live, 3 * 4) << "the rows in view below the form and one row beyond";
 }

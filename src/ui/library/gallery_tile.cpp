@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPushButton>
+#include <QStyle>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -29,7 +30,9 @@ QString useButtonStyle()
                           " font-weight: 600; }"
                           "QPushButton:pressed { background: palette(dark); }"
                           "QPushButton:disabled { background: palette(button); color: palette(button-text);"
-                          " border: 1px solid palette(mid); }");
+                          " border: 1px solid palette(mid); }"
+                          "QPushButton[busy=\"true\"]:disabled { background: palette(highlight);"
+                          " color: palette(highlighted-text); border: 1px solid palette(highlight); }");
 }
 
 QFont scaled(QFont font, qreal factor, bool bold = false)
@@ -136,6 +139,12 @@ void GalleryTile::setState(bool favorite, bool busy, bool otherBusy)
     m_heart->setToolTip(label);
     m_use->setText(busy ? startingText : useText);
     m_use->setEnabled(!busy && !otherBusy);
+    if (m_use->property("busy").toBool() != busy) {
+        m_use->setProperty("busy", busy);
+        // A style sheet reads dynamic properties only when the widget is polished again.
+        m_use->style()->unpolish(m_use);
+        m_use->style()->polish(m_use);
+    }
 }
 
 void GalleryTile::paintEvent(QPaintEvent*)
