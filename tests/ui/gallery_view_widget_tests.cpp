@@ -111,7 +111,7 @@ TEST_F(GalleryWidgetTest, HeaderHasItsTitleItsLineAndTheFavoritesToggle)
 
 TEST_F(GalleryWidgetTest, ShowsASpinnerUntilLoadedAndThenTheTiles)
 {
-    service.listDelayMs = 300;
+    service.listDelayMs = 1000;
     open(QSize(1000, 760), false);
     EXPECT_TRUE(gallery->spinner()->isVisible());
     EXPECT_FALSE(gallery->grid()->isVisible());
