@@ -7,23 +7,14 @@
 #include <QNetworkAccessManager>
 #include <QNetworkDiskCache>
 #include <QNetworkReply>
-#include <QPointer>
 #include <QStandardPaths>
-#include <QtConcurrent/QtConcurrentRun>
-#include <memory>
-#include <qcoro/qcorofuture.h>
-#include <qcoro/qcoronetworkreply.h>
+#include <QThread>
 
 namespace brightloom {
 namespace {
 
-struct DeleteLater
-{
-    void operator()(QObject* object) const { object->deleteLater(); }
-};
-
-// Reads an icon away from the main thread, refusing absurd dimensions before any pixel is
-// allocated, and scales it down to what a tile can show.
+// Reads an icon, refusing absurd dimensions before any pixel is allocated, and scales it down to
+// what a tile can show.
 QImage decodeIcon(const QByteArray& bytes)
 {
     QBuffer buffer;
@@ -41,28 +32,72 @@ QImage decodeIcon(const QByteArray& bytes)
     return image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
-QFuture<QImage> startDecoding(QByteArray bytes)
+// The worker thread's side: the network session with its disk cache. Each fetch ends in one
+// fetched() with the decoded icon, or a null image when it failed.
+class Fetcher final : public QObject
 {
-    return QtConcurrent::run([bytes = std::move(bytes)] { return decodeIcon(bytes); });
-}
+    Q_OBJECT
+
+public:
+    explicit Fetcher(const QString& cacheFolder) : m_network(new QNetworkAccessManager(this))
+    {
+        if (!cacheFolder.isEmpty()) {
+            auto* cache = new QNetworkDiskCache(m_network);
+            cache->setCacheDirectory(cacheFolder);
+            cache->setMaximumCacheSize(64LL * 1024 * 1024);
+            m_network->setCache(cache);
+        }
+    }
+
+    void fetch(const QUrl& url)
+    {
+        QNetworkRequest request(url);
+        // The disk cache answers for as long as the service's caching headers allow.
+        request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                             QNetworkRequest::SameOriginRedirectPolicy);
+        request.setTransferTimeout(60000);
+        QNetworkReply* reply = m_network->get(request);
+        connect(reply, &QNetworkReply::downloadProgress, reply, [reply](qint64 received, qint64 total) {
+            if (received > IconLoader::maxBytes || total > IconLoader::maxBytes)
+                reply->abort();
+        });
+        connect(reply, &QNetworkReply::finished, this, [this, reply, url] {
+            reply->deleteLater();
+            const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+            const bool ok =
+                reply->error() == QNetworkReply::NoError && (!status.isValid() || status.toInt() < 400);
+            Q_EMIT fetched(url, ok ? decodeIcon(reply->readAll()) : QImage());
+        });
+    }
+
+Q_SIGNALS:
+    void fetched(const QUrl& url, const QImage& image);
+
+private:
+    QNetworkAccessManager* m_network;
+};
 
 } // namespace
 
 IconLoader::IconLoader(const QString& cacheFolder, QObject* parent)
-    : QObject(parent), m_network(new QNetworkAccessManager(this))
+    : QObject(parent), m_thread(new QThread(this)), m_fetcher(new Fetcher(cacheFolder))
 {
     applyExtraTrust();
     // The memory cache counts kilobytes: 64 MB of decoded icons.
     m_images.setMaxCost(64 * 1024);
-    if (!cacheFolder.isEmpty()) {
-        auto* cache = new QNetworkDiskCache(m_network);
-        cache->setCacheDirectory(cacheFolder);
-        cache->setMaximumCacheSize(64LL * 1024 * 1024);
-        m_network->setCache(cache);
-    }
+    m_thread->setObjectName(QStringLiteral("Icon loader"));
+    m_fetcher->moveToThread(m_thread);
+    // The fetcher ends on its own thread, with the replies in flight, as the thread finishes.
+    connect(m_thread, &QThread::finished, m_fetcher, &QObject::deleteLater);
+    connect(static_cast<Fetcher*>(m_fetcher), &Fetcher::fetched, this, &IconLoader::fetched);
+    m_thread->start();
 }
 
-IconLoader::~IconLoader() = default;
+IconLoader::~IconLoader()
+{
+    m_thread->quit();
+    m_thread->wait();
+}
 
 QString IconLoader::defaultCacheFolder()
 {
@@ -98,46 +133,22 @@ void IconLoader::load(const QUrl& url)
     }
     m_loading.insert(url);
     ++m_loadsStarted;
-    fetch(url); // ends on its own; it catches every failure
+    auto* fetcher = static_cast<Fetcher*>(m_fetcher);
+    QMetaObject::invokeMethod(fetcher, [fetcher, url] { fetcher->fetch(url); });
 }
 
-QCoro::Task<> IconLoader::fetch(QUrl url)
+void IconLoader::fetched(const QUrl& url, const QImage& image)
 {
-    QPointer<IconLoader> self(this);
-    QNetworkRequest request(url);
-    // The disk cache answers for as long as the service's caching headers allow.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::SameOriginRedirectPolicy);
-    request.setTransferTimeout(60000);
-    std::unique_ptr<QNetworkReply, DeleteLater> reply(m_network->get(request));
-    QNetworkReply* raw = reply.get();
-    connect(raw, &QNetworkReply::downloadProgress, raw, [raw](qint64 received, qint64 total) {
-        if (received > maxBytes || total > maxBytes)
-            raw->abort();
-    });
-    co_await raw;
-
-    QImage image;
-    const QVariant status = raw->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    const bool ok = raw->error() == QNetworkReply::NoError && (!status.isValid() || status.toInt() < 400);
-    if (ok) {
-        QByteArray bytes = raw->readAll();
-        reply.reset();
-        try {
-            image = co_await startDecoding(std::move(bytes));
-        } catch (...) {
-            image = QImage(); // an icon that cannot be read counts as failed
-        }
-    }
-    if (!self)
-        co_return;
     m_loading.remove(url);
     if (image.isNull()) {
         m_failed.insert(url);
     } else {
         const int cost = std::max<int>(1, int(image.sizeInBytes() / 1024));
-        m_images.insert(url, new QImage(std::move(image)), cost);
+        m_images.insert(url, new QImage(image), cost);
     }
     Q_EMIT finished(url);
 }
 
 } // namespace brightloom
+
+#include "icon_loader.moc"

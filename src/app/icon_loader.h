@@ -7,15 +7,15 @@
 #include <QSet>
 #include <QString>
 #include <QUrl>
-#include <qcoro/qcorotask.h>
 
-class QNetworkAccessManager;
+class QThread;
 
 namespace brightloom {
 
 // Fetches app icons for every screen: each address is loaded once, kept in memory (bounded) and on
 // disk in the cache folder, so a second run shows icons without asking the network again. An icon
-// that fails is remembered as failed and not asked for again in this run.
+// that fails is remembered as failed and not asked for again in this run. The network and the disk
+// cache work on a thread of their own: writing a thousand cache files must not stall the window.
 class IconLoader final : public QObject
 {
     Q_OBJECT
@@ -50,9 +50,10 @@ Q_SIGNALS:
     void finished(const QUrl& url);
 
 private:
-    QCoro::Task<> fetch(QUrl url);
+    void fetched(const QUrl& url, const QImage& image);
 
-    QNetworkAccessManager* m_network;
+    QThread* m_thread;
+    QObject* m_fetcher; // lives on m_thread
     QCache<QUrl, QImage> m_images;
     QSet<QUrl> m_loading;
     QSet<QUrl> m_failed;

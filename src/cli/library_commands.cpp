@@ -91,27 +91,6 @@ QCoro::Task<int> fork(API& api, QStringList words)
     co_return 0;
 }
 
-QCoro::Task<int> gallery(API& api, QStringList words)
-{
-    const Arguments args = parse(words, {}, {"json", "favorites"});
-    GalleryResp resp;
-    resp.apps = co_await api.gallery();
-    QSet<QString> favorites;
-    if (args.flag(QStringLiteral("favorites"))) {
-        favorites = co_await api.favoriteSlugs();
-        resp.apps.removeIf([&favorites](const GalleryApp& app) { return !favorites.contains(app.slug); });
-    }
-    if (args.flag(QStringLiteral("json"))) {
-        out(QString::fromUtf8(encodeRecord(resp)));
-        co_return 0;
-    }
-    for (const GalleryApp& app : resp.apps) {
-        out(app.slug + QLatin1Char('\t') + app.name + QLatin1Char('\t') + app.tagline +
-            flag(app.starred, "starred") + flag(app.templateJobId.has_value(), "template"));
-    }
-    co_return 0;
-}
-
 QCoro::Task<int> favorite(API& api, QStringList words)
 {
     const Arguments args = parse(words, {}, {});

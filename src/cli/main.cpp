@@ -3,6 +3,7 @@
 #include "commands.h"
 #include "console.h"
 #include "service/api.h"
+#include "terminal_dialogs.h"
 
 #include <QGuiApplication>
 #include <QTimer>
@@ -19,13 +20,14 @@ const QList<CommandInfo>& commands()
         {"session", &session, "session"},
         {"projects", &projects, "projects [--json]"},
         {"new", &newProject,
-         "new \"PROMPT\" [--local] [--import-repo URL] [--import-ref REF] [--follow [--interval SECONDS]]"},
+         "new \"PROMPT\" [--local|--cloud] [--yes] [--import|--no-import] [--follow [--interval SECONDS]]"},
         {"show", &show, "show PROJECT [--json]"},
         {"send", &sendMessage, "send PROJECT \"TEXT\" [--fix]"},
         {"download", &download, "download PROJECT [--dmg|--zip]"},
         {"library", &library, "library [PROJECT] [--json]"},
         {"fork", &fork, "fork JOB"},
-        {"gallery", &gallery, "gallery [--favorites] [--json]"},
+        {"gallery", &gallery,
+         "gallery [--favorites] [--json] | gallery use SLUG [--follow [--interval SECONDS]]"},
         {"favorite", &favorite, "favorite SLUG on|off"},
         {"github", &github, "github PROJECT [repos|link REPO|unlink|push] [--json]"},
         {"worker-status", &workerStatus, "worker-status [--json]"},
@@ -67,6 +69,9 @@ QCoro::Task<> runCommand(QStringList words)
         } else {
             status = co_await found->run(api, words.mid(1));
         }
+    } catch (const AnswerNeeded& e) {
+        err(QString::fromUtf8(e.what()));
+        status = 2;
     } catch (const UsageError& e) {
         err(QString::fromUtf8(e.what()));
         err(usage());

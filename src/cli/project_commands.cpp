@@ -1,4 +1,4 @@
-// Commands about projects: create, show, send, download.
+// Commands about projects: show, send, download.
 
 #include "arguments.h"
 #include "commands.h"
@@ -24,20 +24,6 @@ QString jobLine(const Job& job)
 }
 
 } // namespace
-
-QCoro::Task<int> newProject(API& api, QStringList words)
-{
-    const Arguments args = parse(words, {"import-repo", "import-ref", "interval"}, {"local", "follow"});
-    const QString prompt = args.positional(0, "prompt");
-    const auto interval = pollInterval(args);
-    const QString id = co_await api.createProject(prompt, args.flag(QStringLiteral("local")),
-                                                  args.option(QStringLiteral("import-repo")),
-                                                  args.option(QStringLiteral("import-ref")));
-    out(id);
-    if (args.flag(QStringLiteral("follow")))
-        co_return co_await followProject(api, id, interval);
-    co_return 0;
-}
 
 QCoro::Task<int> show(API& api, QStringList words)
 {

@@ -352,10 +352,8 @@ TEST_F(DevServerJobsTest, SourceFaultAppliesOnlyToTheNextSourceJob)
 
 TEST_F(DevServerJobsTest, ImportedRepositoryMakesAnUnsafeProject)
 {
-    const QString id = newProject(QStringLiteral("build on this"),
-                                  {QStringLiteral("--local"), QStringLiteral("--import-repo"),
-                                   QStringLiteral("https://github.com/acme/widgets"),
-                                   QStringLiteral("--import-ref"), QStringLiteral("v2")});
+    const QString id = newProject(QStringLiteral("build on https://github.com/acme/widgets/tree/v2"),
+                                  {QStringLiteral("--import")});
     EXPECT_TRUE(cliOk({QStringLiteral("projects")}).contains(id + QStringLiteral("\tWidgets\tunsafe\n")));
 }
 

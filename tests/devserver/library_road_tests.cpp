@@ -83,8 +83,7 @@ TEST_F(DevServerLibraryTest, LibraryListsOnlyBuiltAppsWithVersionsNewestFirst)
 
 TEST_F(DevServerLibraryTest, ImportedAppIsUnsafeAndKeepsNoSource)
 {
-    newProject(QStringLiteral("build on this"), {QStringLiteral("--local"), QStringLiteral("--import-repo"),
-                                                 QStringLiteral("https://github.com/acme/widgets")});
+    newProject(QStringLiteral("build on https://github.com/acme/widgets"), {QStringLiteral("--import")});
     finishJobs();
     const QJsonObject app =
         at(cliJson({QStringLiteral("library"), QStringLiteral("--json")}).value(QStringLiteral("apps")), 0);
@@ -290,4 +289,25 @@ TEST_F(DevServerLibraryTest, GalleryPageOfAnAppIsHtml)
     EXPECT_TRUE(page.contentType.startsWith("text/html"));
     EXPECT_TRUE(page.body.contains(text(app, "name").toUtf8()));
     EXPECT_EQ(controller->get(QStringLiteral("apps/no-such-app")).status, 404);
+}
+
+TEST_F(DevServerLibraryTest, GalleryUseStartsAProjectFromTheTemplateAndFollowsItToItsBuild)
+{
+    QString slug;
+    QString name;
+    for (const QJsonValue& app : galleryApps()) {
+        if (app.toObject().contains(QStringLiteral("templateJobId"))) {
+            slug = text(app.toObject(), "slug");
+            name = text(app.toObject(), "name");
+            break;
+        }
+    }
+    ASSERT_FALSE(slug.isEmpty());
+    const QString out =
+        cliOk({QStringLiteral("gallery"), QStringLiteral("use"), slug, QStringLiteral("--follow"),
+               QStringLiteral("--interval"), QStringLiteral("0.05")});
+    const QString id = out.section(QLatin1Char('\n'), 0, 0);
+    EXPECT_EQ(text(show(id).value(QStringLiteral("project")).toObject(), "id"), id);
+    EXPECT_TRUE(out.contains(QStringLiteral("Built in the cloud: ") + name + QStringLiteral(" 1.0")))
+        << out.toStdString();
 }

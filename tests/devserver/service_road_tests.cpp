@@ -71,9 +71,8 @@ TEST_F(DevServerServicesTest, GithubPanelAsksToConnectFirst)
 
 TEST_F(DevServerServicesTest, BuildWithoutSourceOffersNothingToPush)
 {
-    const QString id = newProject(QStringLiteral("build on this"),
-                                  {QStringLiteral("--local"), QStringLiteral("--import-repo"),
-                                   QStringLiteral("https://github.com/acme/widgets")});
+    const QString id =
+        newProject(QStringLiteral("build on https://github.com/acme/widgets"), {QStringLiteral("--import")});
     finishJobs();
     EXPECT_EQ(github(id), QStringList{QStringLiteral("state\tconnect")});
 }

@@ -37,8 +37,11 @@ protected:
     QString newProject(const QString& prompt, bool local)
     {
         QStringList args{QStringLiteral("new"), prompt};
-        if (local)
+        if (local) {
+            // The local compile warning is accepted beforehand, as a user on a terminal would.
             args.append(QStringLiteral("--local"));
+            args.append(QStringLiteral("--yes"));
+        }
         const ProcessResult created = runCli(args);
         EXPECT_EQ(created.exitCode, 0) << created.err.toStdString();
         return created.out.trimmed();

@@ -4,11 +4,11 @@
 
 namespace brightloom::ui {
 
-BusySpinner::BusySpinner(int size, QWidget* parent) : QWidget(parent), m_size(size)
+BusySpinner::BusySpinner(int side, QWidget* parent) : QWidget(parent), m_side(side)
 {
-    setFixedSize(size, size);
+    setFixedSize(side, side);
     setAccessibleName(QStringLiteral("In progress"));
-    m_timer.setInterval(33);
+    m_timer.setInterval(40);
     connect(&m_timer, &QTimer::timeout, this, [this] {
         m_angle = (m_angle + 30) % 360;
         update();
@@ -19,16 +19,15 @@ void BusySpinner::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const qreal pen = std::max(1.5, m_size / 8.0);
-    const QRectF ring = QRectF(rect()).adjusted(pen, pen, -pen, -pen);
-    QColor track = palette().color(QPalette::WindowText);
-    track.setAlphaF(0.15f);
-    painter.setPen(QPen(track, pen));
-    painter.drawEllipse(ring);
-    QColor arc = palette().color(QPalette::WindowText);
-    arc.setAlphaF(0.7f);
-    painter.setPen(QPen(arc, pen, Qt::SolidLine, Qt::RoundCap));
-    painter.drawArc(ring, (90 - m_angle) * 16, -100 * 16);
+    const qreal stroke = std::max(1.5, m_side / 8.0);
+    const QRectF box = QRectF(rect()).adjusted(stroke, stroke, -stroke, -stroke);
+    QColor faint = palette().color(QPalette::PlaceholderText);
+    faint.setAlphaF(0.3f);
+    painter.setPen(QPen(faint, stroke));
+    painter.drawEllipse(box);
+    painter.setPen(QPen(palette().color(QPalette::WindowText), stroke, Qt::SolidLine, Qt::RoundCap));
+    // Qt counts angles in sixteenths of a degree, counter-clockwise from three o'clock.
+    painter.drawArc(box, -m_angle * 16, 100 * 16);
 }
 
 void BusySpinner::showEvent(QShowEvent* event)
@@ -39,8 +38,8 @@ void BusySpinner::showEvent(QShowEvent* event)
 
 void BusySpinner::hideEvent(QHideEvent* event)
 {
-    m_timer.stop();
     QWidget::hideEvent(event);
+    m_timer.stop();
 }
 
 } // namespace brightloom::ui

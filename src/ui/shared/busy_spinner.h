@@ -5,18 +5,17 @@
 
 namespace brightloom::ui {
 
-// An indeterminate progress indicator: an arc that turns while the spinner is shown, and costs
-// nothing while hidden.
+// A small turning arc that says work is under way. It turns only while it is shown.
 class BusySpinner final : public QWidget
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(BusySpinner)
 
 public:
-    explicit BusySpinner(int size = 16, QWidget* parent = nullptr);
+    explicit BusySpinner(int side = 16, QWidget* parent = nullptr);
 
-    QSize sizeHint() const override { return QSize(m_size, m_size); }
-    bool spinning() const { return m_timer.isActive(); }
+    bool turning() const { return m_timer.isActive(); }
+    QSize sizeHint() const override { return QSize(m_side, m_side); }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -24,7 +23,7 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
-    int m_size;
+    int m_side;
     int m_angle = 0;
     QTimer m_timer;
 };

@@ -1,0 +1,297 @@
+#include "new_project_view.h"
+
+#include "app/dialogs.h"
+#include "app/user_defaults.h"
+#include "localbuild/compile.h"
+#include "localbuild/local_builds.h"
+#include "service/api.h"
+
+#include <stdexcept>
+
+namespace brightloom {
+
+const QString NewProjectView::locationKey = QStringLiteral("buildLocation");
+const QString NewProjectView::acknowledgedKey = QStringLiteral("localBuildAcknowledged");
+const QString NewProjectView::cloud = QStringLiteral("cloud");
+const QString NewProjectView::local = QStringLiteral("local");
+
+const QString NewProjectView::xcodeNeededForImport =
+    QStringLiteral("Importing a GitHub repo needs Xcode on this Mac. Install it from the App Store and open "
+                   "it once, or remove the link.");
+const QString NewProjectView::cloudDescription =
+    QStringLiteral("The cloud writes, compiles and packages the app, and you download it.");
+const QString NewProjectView::lookingForXcode = QStringLiteral("Looking for Xcode…");
+const QString NewProjectView::swiftNotFound =
+    QStringLiteral("Swift was not found. Install Xcode from the App Store, open it once to accept the "
+                   "license, then choose This Mac again.");
+
+QString NewProjectView::foundDescription(const QString& toolchain)
+{
+    return QStringLiteral("The cloud writes the code. Your Mac compiles and signs it with your own Xcode (") +
+           toolchain + QStringLiteral(").");
+}
+
+namespace {
+
+// Anything but "local" in the store counts as the default.
+QString storedLocation()
+{
+    const QString stored =
+        userDefaults()->value(NewProjectView::locationKey, NewProjectView::cloud).toString();
+    return stored == NewProjectView::local ? NewProjectView::local : NewProjectView::cloud;
+}
+
+Alert localBuildAlert()
+{
+    Alert alert;
+    alert.style = Alert::Style::warning;
+    alert.message = QStringLiteral("Compile on this Mac?");
+    alert.informativeText = QStringLiteral(
+        "Brightloom writes the app's code in the cloud. Your Mac then builds it with Xcode (swift build) and "
+        "signs it ad hoc. Package.swift is checked first, but the app's own code is not reviewed. It runs "
+        "with your user's permissions when you open it, so only build apps you trust.");
+    alert.buttons = {QStringLiteral("Compile on this Mac"), QStringLiteral("Cancel")};
+    return alert;
+}
+
+} // namespace
+
+NewProjectView::NewProjectView(API& api, LocalBuilds& localBuilds, Dialogs& dialogs,
+                               std::function<void(QString)> onCreated, QObject* parent)
+    : QObject(parent), m_api(&api), m_localBuilds(&localBuilds), m_dialogs(dialogs),
+      m_onCreated(std::move(onCreated)), m_location(storedLocation())
+{
+    // The description and the notice read the controller's toolchain, which any screen may update.
+    connect(&localBuilds, &LocalBuilds::toolchainChanged, this, &NewProjectView::derivedMayHaveChanged);
+    connect(&localBuilds, &LocalBuilds::toolchainCheckedChanged, this,
+            &NewProjectView::derivedMayHaveChanged);
+    m_shownDescription = locationDescription();
+}
+
+NewProjectView::~NewProjectView() = default;
+
+void NewProjectView::setPrompt(const QString& prompt)
+{
+    if (m_prompt == prompt)
+        return;
+    m_prompt = prompt;
+    Q_EMIT promptChanged();
+    std::optional<RepoLink> link = RepoLink::detect(m_prompt);
+    if (link == m_repoLink)
+        return;
+    m_repoLink = std::move(link);
+    Q_EMIT repoLinkChanged();
+    derivedMayHaveChanged();
+    if (m_repoLink)
+        startToolchainCheck();
+}
+
+void NewProjectView::setLocation(const QString& location)
+{
+    const QString value = location == local ? local : cloud;
+    userDefaults()->setValue(locationKey, value);
+    changeLocation(value);
+}
+
+void NewProjectView::setLocationForThisRun(const QString& location)
+{
+    changeLocation(location == local ? local : cloud);
+}
+
+void NewProjectView::changeLocation(const QString& location)
+{
+    if (m_location == location)
+        return;
+    m_location = location;
+    Q_EMIT locationChanged();
+    derivedMayHaveChanged();
+    if (m_location == local)
+        startToolchainCheck();
+}
+
+bool NewProjectView::acknowledged() const
+{
+    // Read from the store every time: another process of the client may have accepted meanwhile.
+    return userDefaults()->value(acknowledgedKey, false).toBool();
+}
+
+std::optional<LinkNotice> NewProjectView::linkNotice() const
+{
+    if (!m_repoLink)
+        return std::nullopt;
+    LinkNotice notice;
+    notice.name = m_repoLink->name;
+    notice.distinct = m_repoLink->distinct;
+    notice.xcodeMissing = m_localBuilds && m_localBuilds->toolchainChecked() && !m_localBuilds->toolchain();
+    return notice;
+}
+
+QString NewProjectView::locationDescription() const
+{
+    if (m_location != local)
+        return cloudDescription;
+    if (!m_localBuilds || !m_localBuilds->toolchainChecked())
+        return lookingForXcode;
+    if (const std::optional<QString>& toolchain = m_localBuilds->toolchain())
+        return foundDescription(*toolchain);
+    return swiftNotFound;
+}
+
+void NewProjectView::appear()
+{
+    if (m_location == local || m_repoLink)
+        startToolchainCheck();
+}
+
+void NewProjectView::startToolchainCheck()
+{
+    checkToolchain(); // ends on its own; it catches every failure
+}
+
+// One check at a time: a request for another while one runs makes the running one look once more,
+// so typing a link character by character starts no crowd of toolchain processes.
+QCoro::Task<> NewProjectView::checkToolchain()
+{
+    if (m_checking) {
+        m_checkAgain = true;
+        co_return;
+    }
+    QPointer<NewProjectView> self(this);
+    setChecking(true);
+    do {
+        m_checkAgain = false;
+        std::optional<QString> version;
+        try {
+            version = co_await LocalBuild::toolchainVersion();
+        } catch (...) {
+            version.reset(); // a toolchain that cannot be asked counts as none
+        }
+        if (!self)
+            co_return;
+        if (m_localBuilds) {
+            m_localBuilds->setToolchain(version);
+            m_localBuilds->setToolchainChecked(true);
+        }
+    } while (m_checkAgain);
+    setChecking(false);
+}
+
+void NewProjectView::build()
+{
+    // A second Return while the first request is on its way must not make a second project.
+    if (m_busy)
+        return;
+    const QString text = m_prompt.trimmed();
+    std::optional<RepoLink> import;
+    if (m_repoLink) {
+        if (!m_localBuilds || !m_localBuilds->toolchain()) {
+            setError(xcodeNeededForImport);
+            return;
+        }
+        switch (m_repoLink->confirm(m_dialogs)) {
+        case RepoLink::Choice::importAndBuild:
+            import = m_repoLink;
+            break;
+        case RepoLink::Choice::buildWithoutImporting:
+            break;
+        case RepoLink::Choice::cancel:
+            return;
+        }
+    }
+    bool source = import.has_value();
+    if (m_location == local) {
+        if (!import && !confirmLocalBuild())
+            return;
+        source = true;
+    }
+    setBusy(true);
+    setError(std::nullopt);
+    std::optional<QString> repo;
+    std::optional<QString> ref;
+    if (import) {
+        repo = import->url;
+        ref = import->ref;
+    }
+    create(text, source, std::move(repo), std::move(ref));
+}
+
+bool NewProjectView::confirmLocalBuild()
+{
+    if (acknowledged())
+        return true;
+    if (m_dialogs.ask(localBuildAlert()) != 0)
+        return false;
+    userDefaults()->setValue(acknowledgedKey, true);
+    Q_EMIT acknowledgedChanged();
+    return true;
+}
+
+QCoro::Task<> NewProjectView::create(QString text, bool source, std::optional<QString> importRepo,
+                                     std::optional<QString> importRef)
+{
+    QPointer<NewProjectView> self(this);
+    std::optional<QString> id;
+    QString failure;
+    try {
+        if (!m_api)
+            throw std::runtime_error("The project could not be created.");
+        id = co_await m_api->createProject(std::move(text), source, std::move(importRepo),
+                                           std::move(importRef));
+    } catch (const std::exception& e) {
+        failure = QString::fromUtf8(e.what());
+    } catch (...) {
+        failure = QStringLiteral("The project could not be created.");
+    }
+    if (!self)
+        co_return;
+    if (id) {
+        // The main screen replaces this one here, which may end it.
+        if (m_onCreated)
+            m_onCreated(*id);
+        if (!self)
+            co_return;
+    } else {
+        setError(failure);
+    }
+    setBusy(false);
+}
+
+void NewProjectView::setError(std::optional<QString> error)
+{
+    if (m_error == error)
+        return;
+    m_error = std::move(error);
+    Q_EMIT errorChanged();
+}
+
+void NewProjectView::setBusy(bool busy)
+{
+    if (m_busy == busy)
+        return;
+    m_busy = busy;
+    Q_EMIT busyChanged();
+}
+
+void NewProjectView::setChecking(bool checking)
+{
+    if (m_checking == checking)
+        return;
+    m_checking = checking;
+    Q_EMIT checkingToolchainChanged();
+}
+
+void NewProjectView::derivedMayHaveChanged()
+{
+    const std::optional<LinkNotice> notice = linkNotice();
+    if (notice != m_shownNotice) {
+        m_shownNotice = notice;
+        Q_EMIT linkNoticeChanged();
+    }
+    const QString description = locationDescription();
+    if (description != m_shownDescription) {
+        m_shownDescription = description;
+        Q_EMIT locationDescriptionChanged();
+    }
+}
+
+} // namespace brightloom
