@@ -278,6 +278,8 @@ TEST_F(ShellWidgetTest, EachSelectionBuildsAFreshScreen)
     QPointer<QWidget> first = main->detail();
     main->model().select(QStringLiteral("p2"));
     EXPECT_EQ(made, 2);
+    EXPECT_TRUE(first->isHidden());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_TRUE(first.isNull());
     EXPECT_EQ(qobject_cast<QLabel*>(main->detail())->text(), QStringLiteral("Timer"));
 }

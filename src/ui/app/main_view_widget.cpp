@@ -54,8 +54,13 @@ MainViewWidget::MainViewWidget(API& api, LocalBuilds& local, Screens screens, De
 
 void MainViewWidget::showDetail()
 {
-    if (m_detail)
-        delete m_detail;
+    // The old screen may be the one asking for the change (a project it just created), from inside
+    // one of its own calls: it goes once that call has returned.
+    if (m_detail) {
+        m_detail->hide();
+        m_pane->removeWidget(m_detail);
+        m_detail->deleteLater();
+    }
     const MainView::Detail detail = m_model->detail();
     const Screens::Open open = [this](const QString& id) { m_model->select(id); };
     QWidget* screen = nullptr;

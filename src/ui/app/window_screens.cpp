@@ -1,14 +1,17 @@
 #include "window_screens.h"
 
+#include "ui/conversation/new_project_view_widget.h"
+
 #include <QLabel>
 
 namespace brightloom::ui {
 
-Screens windowScreens(API&, LocalBuilds&, IconLoader&, Desktop&, Dialogs&)
+Screens windowScreens(API& api, LocalBuilds& local, IconLoader& icons, Desktop& desktop, Dialogs& dialogs)
 {
-    // Each screen lands here as it is built; until then the pane names what will stand there.
     Screens screens;
-    screens.newProject = [](Screens::Open) { return new QLabel(QStringLiteral("New app")); };
+    screens.newProject = [&api, &local, &icons, &desktop, &dialogs](Screens::Open open) -> QWidget* {
+        return new NewProjectViewWidget(api, local, icons, desktop, dialogs, std::move(open));
+    };
     screens.library = [](Screens::Open) { return new QLabel(QStringLiteral("My apps")); };
     screens.conversation = [](const Project& project) {
         return Screens::Conversation{new QLabel(project.name), nullptr};
