@@ -1,0 +1,95 @@
+#include "library_fixture.h"
+
+#include <QJsonDocument>
+
+namespace brightloom::test {
+
+QJsonObject versionJson(const VersionSpec& spec, const QUrl& base)
+{
+    const QString files = base.toString() + QStringLiteral("files/") + spec.jobId;
+    QJsonObject o{{QStringLiteral("jobId"), spec.jobId},
+                  {QStringLiteral("version"), spec.version},
+                  {QStringLiteral("appName"), spec.appName},
+                  {QStringLiteral("downloadUrl"), QString(files + QStringLiteral("/app.zip"))},
+                  {QStringLiteral("hasSource"), spec.hasSource},
+                  {QStringLiteral("createdAt"), QStringLiteral("2026-10-01T09:00:00.000Z")}};
+    if (spec.summary)
+        o.insert(QStringLiteral("summary"), *spec.summary);
+    if (spec.dmg)
+        o.insert(QStringLiteral("dmgUrl"), QString(files + QStringLiteral("/app.dmg")));
+    return o;
+}
+
+QJsonObject appJson(const QString& projectId, const QString& name, const QJsonArray& versions)
+{
+    return QJsonObject{{QStringLiteral("projectId"), projectId},
+                       {QStringLiteral("name"), name},
+                       {QStringLiteral("versions"), versions},
+                       {QStringLiteral("templatePublic"), false}};
+}
+
+QJsonObject nodeJson(const QString& jobId, const QString& version, const QString& prompt,
+                     const std::optional<QString>& summary, const QJsonArray& forks, int hiddenForks,
+                     bool hasSource)
+{
+    QJsonObject o{{QStringLiteral("jobId"), jobId},
+                  {QStringLiteral("version"), version},
+                  {QStringLiteral("prompt"), prompt},
+                  {QStringLiteral("createdAt"), QStringLiteral("2026-10-01T09:00:00.000Z")},
+                  {QStringLiteral("hasSource"), hasSource},
+                  {QStringLiteral("forks"), forks},
+                  {QStringLiteral("hiddenForks"), hiddenForks}};
+    if (summary)
+        o.insert(QStringLiteral("summary"), *summary);
+    return o;
+}
+
+QJsonObject forkJson(const QString& projectId, const QString& name, bool mine, const QJsonArray& nodes)
+{
+    return QJsonObject{{QStringLiteral("projectId"), projectId},
+                       {QStringLiteral("name"), name},
+                       {QStringLiteral("mine"), mine},
+                       {QStringLiteral("nodes"), nodes}};
+}
+
+QJsonObject detailJson(const QJsonObject& app, const QJsonArray& tree, bool canTemplate,
+                       const std::optional<QJsonObject>& origin)
+{
+    QJsonObject o{{QStringLiteral("app"), app},
+                  {QStringLiteral("tree"), tree},
+                  {QStringLiteral("treeProjectId"), app.value(QStringLiteral("projectId"))},
+                  {QStringLiteral("canTemplate"), canTemplate}};
+    if (origin)
+        o.insert(QStringLiteral("origin"), *origin);
+    return o;
+}
+
+QByteArray compact(const QJsonObject& object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+QByteArray deepTreeDetail(int levels)
+{
+    const QByteArray nodeHead = R"({"jobId":"j","version":"1.0","prompt":"A change","createdAt":"t",)"
+                                R"("hasSource":true,"hiddenForks":0,"forks":[)";
+    const QByteArray forkHead = R"({"projectId":"f","name":"Branch","mine":true,"nodes":[)";
+    QByteArray json = R"({"app":{"projectId":"deep","name":"Deep","versions":[],"templatePublic":false},)"
+                      R"("treeProjectId":"deep","canTemplate":true,"tree":[)";
+    json.reserve(json.size() + qsizetype(levels) * (nodeHead.size() + forkHead.size() + 8));
+    for (int i = 0; i < levels; ++i)
+        json += (i % 2 == 0) ? nodeHead : forkHead;
+    for (int i = 0; i < levels; ++i)
+        json += "]}";
+    json += "]}";
+    return json;
+}
+
+ScriptedServiceTest::ScriptedServiceTest()
+    : server(TestCertificate::shared().certificate, TestCertificate::shared().key)
+{
+    home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
+    home.setEnv("BRIGHTLOOM_CA_FILE", TestCertificate::shared().caFile.toUtf8());
+}
+
+} // namespace brightloom::test
