@@ -17,64 +17,15 @@ namespace {
 class GithubSyncViewTest : public ScriptedServiceTest
 {
 protected:
-    GithubSyncViewTest()
-    {
-        server.setHandler([this](const RecordedRequest& request) -> ScriptedReply {
-            const QString path = request.path();
-            if (path == QLatin1String("/api/projects/p1/github") && request.method == "GET") {
-                if (!panel)
-                    return ScriptedReply::json(500, R"({"message":"GitHub is down"})");
-                return ScriptedReply::json(200, compact(*panel));
-            }
-            if (path == QLatin1String("/api/github/repos") && request.method == "GET")
-                return reposReply;
-            if (path == QLatin1String("/api/projects/p1/github") && request.method == "POST") {
-                if (linkReply.status >= 400)
-                    return linkReply;
-                const QString repo =
-                    QJsonDocument::fromJson(request.body).object().value(QStringLiteral("repo")).toString();
-                panel->insert(QStringLiteral("link"), QJsonObject{{QStringLiteral("repo"), repo},
-                                                                  {QStringLiteral("upToDate"), false}});
-                return ScriptedReply::json(200, "{}");
-            }
-            if (path == QLatin1String("/api/projects/p1/github") && request.method == "DELETE") {
-                panel->remove(QStringLiteral("link"));
-                return ScriptedReply::json(200, "{}");
-            }
-            if (path == QLatin1String("/api/projects/p1/github/push") && request.method == "POST") {
-                if (pushReply.status < 400 && panel && panel->contains(QStringLiteral("link"))) {
-                    QJsonObject link = panel->value(QStringLiteral("link")).toObject();
-                    link.insert(QStringLiteral("upToDate"), true);
-                    link.insert(QStringLiteral("lastVersion"), panel->value(QStringLiteral("pushVersion")));
-                    panel->insert(QStringLiteral("link"), link);
-                }
-                return pushReply;
-            }
-            return ScriptedReply::json(404, R"({"message":"Not found"})");
-        });
-    }
-
-    static QJsonObject readyPanel(bool linked = false)
-    {
-        QJsonObject o{{QStringLiteral("state"), QStringLiteral("ready")},
-                      {QStringLiteral("login"), QStringLiteral("demo")},
-                      {QStringLiteral("pushVersion"), QStringLiteral("1.1")}};
-        if (linked)
-            o.insert(QStringLiteral("link"),
-                     QJsonObject{{QStringLiteral("repo"), QStringLiteral("demo/website")},
-                                 {QStringLiteral("upToDate"), false}});
-        return o;
-    }
+    static QJsonObject readyPanel(bool linked = false) { return ScriptedGithub::readyPanel(linked); }
 
     void load(GithubSyncView& view) { ASSERT_TRUE(run(view.load()).ok()); }
 
     API api;
-    std::optional<QJsonObject> panel = readyPanel();
-    ScriptedReply reposReply = ScriptedReply::json(
-        200, R"({"repos":[{"fullName":"demo/brightloom-apps"},{"fullName":"demo/website"}]})");
-    ScriptedReply linkReply = ScriptedReply::json(200, "{}");
-    ScriptedReply pushReply = ScriptedReply::json(
-        200, R"({"changed":true,"version":"1.1","commitUrl":"https://github.com/demo/website/commit/abc"})");
+    std::optional<QJsonObject>& panel = github.panel;
+    ScriptedReply& reposReply = github.reposReply;
+    ScriptedReply& linkReply = github.linkReply;
+    ScriptedReply& pushReply = github.pushReply;
 };
 
 } // namespace

@@ -25,7 +25,7 @@ class LibraryDetailViewTest : public ScriptedServiceTest
 protected:
     LibraryDetailViewTest()
     {
-        server.on(QStringLiteral("GET /api/projects"), ScriptedReply::json(200, R"({"projects":[]})"));
+        on(QStringLiteral("GET /api/projects"), ScriptedReply::json(200, R"({"projects":[]})"));
         serveDetail(
             detailJson(appJson(QStringLiteral("p1"), QStringLiteral("Focus"),
                                {versionJson({QStringLiteral("j2"), QStringLiteral("1.1"),
@@ -41,13 +41,10 @@ protected:
 
     void serveDetail(const QJsonObject& detail)
     {
-        server.on(QStringLiteral("GET /api/library/p1"), ScriptedReply::json(200, compact(detail)));
+        on(QStringLiteral("GET /api/library/p1"), ScriptedReply::json(200, compact(detail)));
     }
 
-    void serveFork(ScriptedReply reply)
-    {
-        server.on(QStringLiteral("POST /api/templates/fork"), std::move(reply));
-    }
+    void serveFork(ScriptedReply reply) { on(QStringLiteral("POST /api/templates/fork"), std::move(reply)); }
 
     std::unique_ptr<LibraryDetailView> loadedView()
     {
@@ -106,8 +103,7 @@ TEST_F(LibraryDetailViewTest, LoadsTheDetailAndListsItsTree)
 
 TEST_F(LibraryDetailViewTest, FailedLoadShowsTheErrorAndNoDetail)
 {
-    server.on(QStringLiteral("GET /api/library/p1"),
-              ScriptedReply::json(404, R"({"message":"Project not found"})"));
+    on(QStringLiteral("GET /api/library/p1"), ScriptedReply::json(404, R"({"message":"Project not found"})"));
     LibraryDetailView view(api, QStringLiteral("p1"), {});
     ASSERT_TRUE(run(view.load()).ok());
     EXPECT_EQ(view.error(), QStringLiteral("Project not found"));
@@ -206,7 +202,7 @@ TEST_F(LibraryDetailViewTest, DownloadIsBusyThenSavedOpenedAndShownInFinder)
 {
     ScriptedReply image = ScriptedReply::archive(QByteArray(4096, 'd'));
     image.delayMs = 100;
-    server.offer(QStringLiteral("files/j1/app.dmg"), image);
+    offer(QStringLiteral("files/j1/app.dmg"), image);
     auto view = loadedView();
     view->download(QStringLiteral("j1"));
     EXPECT_TRUE(view->downloadBusy(QStringLiteral("j1")));
@@ -223,7 +219,7 @@ TEST_F(LibraryDetailViewTest, DownloadIsBusyThenSavedOpenedAndShownInFinder)
 
 TEST_F(LibraryDetailViewTest, VersionWithoutADiskImageDownloadsItsArchiveUnderTheSameKey)
 {
-    server.offer(QStringLiteral("files/j2/app.zip"), ScriptedReply::archive(QByteArray(512, 'z')));
+    offer(QStringLiteral("files/j2/app.zip"), ScriptedReply::archive(QByteArray(512, 'z')));
     auto view = loadedView();
     view->download(QStringLiteral("j2"));
     ASSERT_TRUE(spinUntil([&] { return !view->downloadBusy(QStringLiteral("j2")); }));
@@ -233,7 +229,7 @@ TEST_F(LibraryDetailViewTest, VersionWithoutADiskImageDownloadsItsArchiveUnderTh
 
 TEST_F(LibraryDetailViewTest, FailedDownloadIsReportedByTheDownloads)
 {
-    server.offer(QStringLiteral("files/j1/app.dmg"), ScriptedReply::json(404, R"({"message":"gone"})"));
+    offer(QStringLiteral("files/j1/app.dmg"), ScriptedReply::json(404, R"({"message":"gone"})"));
     auto view = loadedView();
     view->download(QStringLiteral("j1"));
     ASSERT_TRUE(spinUntil([&] { return !view->downloadBusy(QStringLiteral("j1")); }));

@@ -1,6 +1,7 @@
 #include "library_fixture.h"
 
 #include <QJsonDocument>
+#include <QSslConfiguration>
 
 namespace brightloom::test {
 
@@ -85,11 +86,79 @@ QByteArray deepTreeDetail(int levels)
     return json;
 }
 
+QJsonObject ScriptedGithub::readyPanel(bool linked)
+{
+    QJsonObject o{{QStringLiteral("state"), QStringLiteral("ready")},
+                  {QStringLiteral("login"), QStringLiteral("demo")},
+                  {QStringLiteral("pushVersion"), QStringLiteral("1.1")}};
+    if (linked)
+        o.insert(QStringLiteral("link"), QJsonObject{{QStringLiteral("repo"), QStringLiteral("demo/website")},
+                                                     {QStringLiteral("upToDate"), false}});
+    return o;
+}
+
+std::optional<ScriptedReply> ScriptedGithub::answer(const RecordedRequest& request)
+{
+    const QString path = request.path();
+    if (path == QLatin1String("/api/github/repos") && request.method == "GET")
+        return reposReply;
+    if (path == QLatin1String("/api/projects/p1/github") && request.method == "GET") {
+        if (!panel)
+            return ScriptedReply::json(500, R"({"message":"GitHub is down"})");
+        return ScriptedReply::json(200, compact(*panel));
+    }
+    if (path == QLatin1String("/api/projects/p1/github") && request.method == "POST") {
+        if (linkReply.status >= 400 || !panel)
+            return linkReply;
+        const QString repo =
+            QJsonDocument::fromJson(request.body).object().value(QStringLiteral("repo")).toString();
+        panel->insert(QStringLiteral("link"),
+                      QJsonObject{{QStringLiteral("repo"), repo}, {QStringLiteral("upToDate"), false}});
+        return linkReply;
+    }
+    if (path == QLatin1String("/api/projects/p1/github") && request.method == "DELETE") {
+        if (panel)
+            panel->remove(QStringLiteral("link"));
+        return ScriptedReply::json(200, "{}");
+    }
+    if (path == QLatin1String("/api/projects/p1/github/push") && request.method == "POST") {
+        if (pushReply.status < 400 && panel && panel->contains(QStringLiteral("link"))) {
+            QJsonObject link = panel->value(QStringLiteral("link")).toObject();
+            link.insert(QStringLiteral("upToDate"), true);
+            link.insert(QStringLiteral("lastVersion"), panel->value(QStringLiteral("pushVersion")));
+            panel->insert(QStringLiteral("link"), link);
+        }
+        return pushReply;
+    }
+    return std::nullopt;
+}
+
+void trustTestCertificate()
+{
+    // The client adds BRIGHTLOOM_CA_FILE once per process, when its first client is made; a test
+    // binary whose earlier tests made one without it still trusts the test certificate this way.
+    QSslConfiguration config = QSslConfiguration::defaultConfiguration();
+    const QSslCertificate& certificate = TestCertificate::shared().certificate;
+    if (config.caCertificates().contains(certificate))
+        return;
+    config.setCaCertificates(config.caCertificates() + QList<QSslCertificate>{certificate});
+    QSslConfiguration::setDefaultConfiguration(config);
+}
+
 ScriptedServiceTest::ScriptedServiceTest()
     : server(TestCertificate::shared().certificate, TestCertificate::shared().key)
 {
     home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
     home.setEnv("BRIGHTLOOM_CA_FILE", TestCertificate::shared().caFile.toUtf8());
+    trustTestCertificate();
+    server.setHandler([this](const RecordedRequest& request) -> ScriptedReply {
+        if (std::optional<ScriptedReply> reply = github.answer(request))
+            return *reply;
+        const QString route = QString::fromUtf8(request.method) + QLatin1Char(' ') + request.path();
+        if (const auto found = routes.constFind(route); found != routes.cend())
+            return *found;
+        return ScriptedReply::json(404, R"({"message":"Not found"})");
+    });
 }
 
 } // namespace brightloom::test

@@ -7,6 +7,7 @@
 #include "temp_home.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QString>
@@ -39,17 +40,50 @@ QByteArray compact(const QJsonObject& object);
 // nothing recursive builds or reads it here.
 QByteArray deepTreeDetail(int levels);
 
-// A scripted service over HTTPS, trusted through BRIGHTLOOM_CA_FILE, in a fresh home.
+// The GitHub paths of project "p1" as the service answers them: linking makes the panel linked,
+// unlinking takes the link away, a push makes the link up to date. Tests set the panel (absent: the
+// panel fails) and the replies of the repository list, of linking and of pushing.
+class ScriptedGithub
+{
+public:
+    static QJsonObject readyPanel(bool linked = false);
+
+    // The reply to `request` when it is one of the GitHub paths.
+    std::optional<ScriptedReply> answer(const RecordedRequest& request);
+
+    std::optional<QJsonObject> panel = readyPanel();
+    ScriptedReply reposReply = ScriptedReply::json(
+        200, R"({"repos":[{"fullName":"demo/brightloom-apps"},{"fullName":"demo/website"}]})");
+    ScriptedReply linkReply = ScriptedReply::json(200, "{}");
+    ScriptedReply pushReply = ScriptedReply::json(
+        200, R"({"changed":true,"version":"1.1","commitUrl":"https://github.com/demo/website/commit/abc"})");
+};
+
+// Makes this process trust the tests' certificate, whatever its earlier tests did.
+void trustTestCertificate();
+
+// A scripted service over HTTPS, trusted through BRIGHTLOOM_CA_FILE, in a fresh home: the GitHub
+// paths of project "p1", then the routes the test sets.
 class ScriptedServiceTest : public ::testing::Test
 {
 protected:
     ScriptedServiceTest();
+
+    // Answers "METHOD /path" with `reply`.
+    void on(const QString& route, ScriptedReply reply) { routes.insert(route, std::move(reply)); }
+    // Answers GET of `path` (relative) with `reply`.
+    void offer(const QString& path, ScriptedReply reply)
+    {
+        on(QStringLiteral("GET /") + path, std::move(reply));
+    }
 
     QUrl base() const { return server.baseUrl(); }
     int requestsTo(const QString& path) const { return int(server.requestsTo(path).size()); }
 
     TempHome home;
     RecordingServer server;
+    ScriptedGithub github;
+    QHash<QString, ScriptedReply> routes;
 };
 
 } // namespace brightloom::test

@@ -1,5 +1,6 @@
 #include "library_service.h"
 
+#include "library_fixture.h"
 #include "recording_server.h"
 #include "service/api.h"
 #include "task_runner.h"
@@ -36,6 +37,7 @@ LibraryService::LibraryService()
     m_controller = std::make_unique<Client>(*m_server);
     m_home.setEnv("BRIGHTLOOM_URL", m_server->baseUrl().toString().toUtf8());
     m_home.setEnv("BRIGHTLOOM_CA_FILE", TestCertificate::shared().caFile.toUtf8());
+    trustTestCertificate();
     m_api = std::make_unique<API>();
     const auto signedIn = run(m_api->signIn(demoEmail, demoPassword));
     EXPECT_TRUE(signedIn.ok()) << signedIn.errorText().toStdString();

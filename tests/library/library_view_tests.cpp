@@ -17,8 +17,8 @@ class LibraryViewTest : public ScriptedServiceTest
 protected:
     void serveApps(const QJsonArray& apps)
     {
-        server.on(QStringLiteral("GET /api/library"),
-                  ScriptedReply::json(200, compact({{QStringLiteral("apps"), apps}})));
+        on(QStringLiteral("GET /api/library"),
+           ScriptedReply::json(200, compact({{QStringLiteral("apps"), apps}})));
     }
 
     QJsonArray versions(int count)
@@ -105,8 +105,7 @@ TEST_F(LibraryViewTest, EmptyLibrarySaysNothingIsHereYet)
 
 TEST_F(LibraryViewTest, FailedLoadShowsTheErrorMarksLoadedAndLeavesTheListEmpty)
 {
-    server.on(QStringLiteral("GET /api/library"),
-              ScriptedReply::json(500, R"({"message":"Library is resting"})"));
+    on(QStringLiteral("GET /api/library"), ScriptedReply::json(500, R"({"message":"Library is resting"})"));
     LibraryView view(api, {});
     load(view);
     EXPECT_TRUE(view.loaded());
@@ -116,8 +115,7 @@ TEST_F(LibraryViewTest, FailedLoadShowsTheErrorMarksLoadedAndLeavesTheListEmpty)
 
 TEST_F(LibraryViewTest, LaterSuccessfulLoadClearsTheError)
 {
-    server.on(QStringLiteral("GET /api/library"),
-              ScriptedReply::json(500, R"({"message":"Library is resting"})"));
+    on(QStringLiteral("GET /api/library"), ScriptedReply::json(500, R"({"message":"Library is resting"})"));
     LibraryView view(api, {});
     load(view);
     serveApps({appJson(QStringLiteral("p1"), QStringLiteral("Notes"), versions(1))});
@@ -141,7 +139,7 @@ TEST_F(LibraryViewTest, SecondLoadWhileTheFirstRunsAsksOnce)
 {
     ScriptedReply slow = ScriptedReply::json(200, R"({"apps":[]})");
     slow.delayMs = 200;
-    server.on(QStringLiteral("GET /api/library"), slow);
+    on(QStringLiteral("GET /api/library"), slow);
     LibraryView view(api, {});
     auto first = view.load();
     const auto second = run(view.load());
