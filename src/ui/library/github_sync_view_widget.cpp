@@ -91,6 +91,7 @@ GithubSyncViewWidget::GithubSyncViewWidget(GithubSyncView& model, Desktop& deskt
     applyProminentStyle(m_push);
     linkedButtons->addWidget(m_push);
     m_unlink = new QPushButton(GithubSyncView::unlinkText, m_linked);
+    applyZipButtonStyle(m_unlink, false);
     linkedButtons->addWidget(m_unlink);
     linkedButtons->addStretch(1);
     layout->addWidget(m_linked);

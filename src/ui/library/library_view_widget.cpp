@@ -25,7 +25,10 @@ LibraryViewWidget::LibraryViewWidget(API& api, IconLoader& icons, Desktop& deskt
     setBackgroundRole(QPalette::Window);
 
     auto* outer = new QHBoxLayout(m_listPage);
-    outer->setContentsMargins(metrics::pagePadding, metrics::pagePadding, metrics::pagePadding, 0);
+    // The rows' tiles line up with the title; their highlight reaches into the margin.
+    constexpr int rowInset = 12;
+    outer->setContentsMargins(metrics::pagePadding - rowInset, metrics::pagePadding,
+                              metrics::pagePadding - rowInset, 0);
     auto* columnWidget = new QWidget(m_listPage);
     columnWidget->setMaximumWidth(metrics::columnMaxWidth);
     outer->addWidget(columnWidget, 1);
@@ -34,6 +37,7 @@ LibraryViewWidget::LibraryViewWidget(API& api, IconLoader& icons, Desktop& deskt
     column->setSpacing(6);
 
     m_title = new QLabel(LibraryView::title, columnWidget);
+    m_title->setContentsMargins(rowInset, 0, 0, 0);
     QFont title = m_title->font();
     title.setBold(true);
     title.setPointSizeF(title.pointSizeF() * 1.6);
@@ -41,6 +45,7 @@ LibraryViewWidget::LibraryViewWidget(API& api, IconLoader& icons, Desktop& deskt
     column->addWidget(m_title);
     m_subtitle = new QLabel(LibraryView::subtitle, columnWidget);
     m_subtitle->setWordWrap(true);
+    m_subtitle->setContentsMargins(rowInset, 0, 0, 0);
     m_subtitle->setForegroundRole(QPalette::PlaceholderText);
     column->addWidget(m_subtitle);
     column->addSpacing(10);
@@ -50,11 +55,17 @@ LibraryViewWidget::LibraryViewWidget(API& api, IconLoader& icons, Desktop& deskt
     m_loading->setTextVisible(false);
     m_loading->setMaximumWidth(240);
     m_loading->setAccessibleName(QStringLiteral("Loading"));
-    column->addWidget(m_loading);
+    auto* loadingRow = new QHBoxLayout;
+    loadingRow->setContentsMargins(rowInset, 0, 0, 0);
+    loadingRow->addWidget(m_loading);
+    loadingRow->addStretch(1);
+    column->addLayout(loadingRow);
     m_error = new ErrorLabel(QStringLiteral("Library error"), columnWidget);
+    m_error->setContentsMargins(rowInset, 0, 0, 0);
     column->addWidget(m_error);
     m_empty = new QLabel(LibraryView::emptyText, columnWidget);
     m_empty->setWordWrap(true);
+    m_empty->setContentsMargins(rowInset, 0, 0, 0);
     m_empty->setForegroundRole(QPalette::PlaceholderText);
     m_empty->hide();
     column->addWidget(m_empty);

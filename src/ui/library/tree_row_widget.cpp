@@ -1,6 +1,7 @@
 #include "tree_row_widget.h"
 
 #include "app/accent.h"
+#include "ui/shared/button_styles.h"
 #include "ui/shared/elided_label.h"
 #include "ui/shared/metrics.h"
 
@@ -14,6 +15,7 @@ namespace brightloom::ui {
 namespace {
 
 constexpr int markWidth = 22; // room for the version's dot or the fork's hook
+constexpr int markGap = 6;    // between the mark and the text
 
 QColor guideColour(const QPalette& palette)
 {
@@ -26,11 +28,11 @@ QColor guideColour(const QPalette& palette)
 
 TreeRowWidget::TreeRowWidget(QWidget* parent)
     : QWidget(parent), m_layout(new QHBoxLayout(this)),
-      m_indent(new QSpacerItem(markWidth, 0, QSizePolicy::Fixed, QSizePolicy::Minimum)),
+      m_indent(new QSpacerItem(markWidth + markGap, 0, QSizePolicy::Fixed, QSizePolicy::Minimum)),
       m_title(new ElidedLabel(this)), m_detail(new ElidedLabel(this)),
       m_button(new QPushButton(TreeRows::useAsTemplate, this))
 {
-    m_layout->setContentsMargins(0, 5, 4, 5);
+    m_layout->setContentsMargins(0, 5, 0, 5);
     m_layout->setSpacing(10);
     m_layout->addSpacerItem(m_indent);
     auto* texts = new QVBoxLayout;
@@ -44,6 +46,7 @@ TreeRowWidget::TreeRowWidget(QWidget* parent)
     texts->addStretch(1);
     m_layout->addLayout(texts, 1);
     m_button->setFocusPolicy(Qt::StrongFocus);
+    applyZipButtonStyle(m_button, false);
     m_layout->addWidget(m_button, 0, Qt::AlignVCenter);
     connect(m_button, &QPushButton::clicked, this, [this] {
         if (!m_jobId.isEmpty())
@@ -73,7 +76,8 @@ void TreeRowWidget::bind(const TreeRow& row, const TemplateButton& button)
     m_kind = row.kind;
     m_depth = row.depth;
     m_hasSource = row.hasSource;
-    m_indent->changeSize(indentFor(row.depth) + markWidth, 0, QSizePolicy::Fixed, QSizePolicy::Minimum);
+    m_indent->changeSize(indentFor(row.depth) + markWidth + markGap, 0, QSizePolicy::Fixed,
+                         QSizePolicy::Minimum);
 
     QFont title = font();
     title.setBold(row.kind == TreeRow::Kind::version);

@@ -14,12 +14,12 @@
 namespace brightloom::ui {
 
 VersionRowWidget::VersionRowWidget(QWidget* parent)
-    : QWidget(parent), m_title(new ElidedLabel(this)), m_appName(new ElidedLabel(this)),
+    : QWidget(parent), m_title(new QLabel(this)), m_appName(new ElidedLabel(this)),
       m_summary(new ElidedLabel(this)), m_progress(new QProgressBar(this)), m_download(new QPushButton(this)),
       m_showInFinder(new LinkButton(LibraryDetailView::showInFinderText, this))
 {
     auto* layout = new QHBoxLayout(this);
-    layout->setContentsMargins(12, 6, 12, 6);
+    layout->setContentsMargins(0, 6, 0, 6);
     layout->setSpacing(12);
 
     auto* texts = new QVBoxLayout;
@@ -31,6 +31,7 @@ VersionRowWidget::VersionRowWidget(QWidget* parent)
     bold.setBold(true);
     m_title->setFont(bold);
     m_title->setAccessibleDescription(QStringLiteral("Version"));
+    m_title->setTextFormat(Qt::PlainText);
     firstLine->addWidget(m_title, 0);
     m_appName->setForegroundRole(QPalette::PlaceholderText);
     m_appName->setAccessibleDescription(QStringLiteral("Version app name"));
@@ -81,8 +82,7 @@ int VersionRowWidget::heightFor(const QWidget& widget)
 void VersionRowWidget::bind(const LibraryVersion& version, bool busy, bool saved)
 {
     m_jobId = version.jobId;
-    m_title->setFullText(QStringLiteral("Version ") + version.version);
-    m_title->setFixedWidth(m_title->fontMetrics().horizontalAdvance(m_title->text()) + 2);
+    m_title->setText(QStringLiteral("Version ") + version.version);
     m_appName->setFullText(version.appName);
     m_summary->setFullText(version.summary.value_or(QString()));
     m_summary->setVisible(version.summary.has_value());
@@ -99,7 +99,7 @@ void VersionRowWidget::paintEvent(QPaintEvent*)
     QColor line = palette().color(QPalette::PlaceholderText);
     line.setAlphaF(line.alphaF() * 0.25f);
     painter.setPen(line);
-    painter.drawLine(QPoint(12, height() - 1), QPoint(width() - 12, height() - 1));
+    painter.drawLine(QPoint(0, height() - 1), QPoint(width(), height() - 1));
 }
 
 } // namespace brightloom::ui

@@ -44,7 +44,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    ElidedLabel* m_title;
+    QLabel* m_title;
     ElidedLabel* m_appName;
     ElidedLabel* m_summary;
     QProgressBar* m_progress;
