@@ -22,7 +22,7 @@ const QList<CommandInfo>& commands()
         {"show", &show, "show PROJECT [--json]"},
         {"send", &sendMessage, "send PROJECT \"TEXT\" [--fix]"},
         {"download", &download, "download PROJECT [--dmg|--zip]"},
-        {"library", &library, "library [PROJECT] [--json]"},
+        {"library", &library, "library [PROJECT [--download JOB]] [--json]"},
         {"fork", &fork, "fork JOB"},
         {"gallery", &gallery, "gallery [--favorites] [--json]"},
         {"favorite", &favorite, "favorite SLUG on|off"},
