@@ -86,10 +86,17 @@ class LibraryDetailViewWidget::TreeRowSource final : public RowPage::Rows
 public:
     explicit TreeRowSource(LibraryDetailViewWidget& page) : m_page(page) {}
 
+    // Heights by kind, measured once per listing: a long tree asks for every row's height.
+    void measure()
+    {
+        m_versionHeight = TreeRowWidget::heightFor(TreeRow::Kind::version, m_page);
+        m_lineHeight = TreeRowWidget::heightFor(TreeRow::Kind::fork, m_page);
+    }
     int count() const override { return int(m_page.m_model->rows().size()); }
     int rowHeight(int index) const override
     {
-        return TreeRowWidget::heightFor(m_page.m_model->rows()[std::size_t(index)].kind, m_page);
+        return m_page.m_model->rows()[std::size_t(index)].kind == TreeRow::Kind::version ? m_versionHeight
+                                                                                         : m_lineHeight;
     }
     QWidget* makeRow(QWidget* parent) override
     {
@@ -107,6 +114,8 @@ public:
 
 private:
     LibraryDetailViewWidget& m_page;
+    int m_versionHeight = 0;
+    int m_lineHeight = 0;
 };
 
 LibraryDetailViewWidget::LibraryDetailViewWidget(API& api, IconLoader& icons, Desktop& desktop,
@@ -241,6 +250,7 @@ void LibraryDetailViewWidget::showDetail()
         m_origin->setVisible(origin.has_value());
     }
     m_page->rowsChanged(m_versionRows.get());
+    m_treeRows->measure();
     m_page->rowsChanged(m_treeRows.get());
     showStatus();
 }
