@@ -5,18 +5,18 @@
 
 namespace brightloom::test {
 
-QJsonObject versionJson(const VersionSpec& spec, const QUrl& base)
+QJsonObject versionJson(const VersionFields& fields, const QUrl& base)
 {
-    const QString files = base.toString() + QStringLiteral("files/") + spec.jobId;
-    QJsonObject o{{QStringLiteral("jobId"), spec.jobId},
-                  {QStringLiteral("version"), spec.version},
-                  {QStringLiteral("appName"), spec.appName},
+    const QString files = base.toString() + QStringLiteral("files/") + fields.jobId;
+    QJsonObject o{{QStringLiteral("jobId"), fields.jobId},
+                  {QStringLiteral("version"), fields.version},
+                  {QStringLiteral("appName"), fields.appName},
                   {QStringLiteral("downloadUrl"), QString(files + QStringLiteral("/app.zip"))},
-                  {QStringLiteral("hasSource"), spec.hasSource},
+                  {QStringLiteral("hasSource"), fields.hasSource},
                   {QStringLiteral("createdAt"), QStringLiteral("2026-10-01T09:00:00.000Z")}};
-    if (spec.summary)
-        o.insert(QStringLiteral("summary"), *spec.summary);
-    if (spec.dmg)
+    if (fields.summary)
+        o.insert(QStringLiteral("summary"), *fields.summary);
+    if (fields.dmg)
         o.insert(QStringLiteral("dmgUrl"), QString(files + QStringLiteral("/app.dmg")));
     return o;
 }

@@ -16,7 +16,7 @@
 
 namespace brightloom::test {
 
-struct VersionSpec
+struct VersionFields
 {
     QString jobId;
     QString version;
@@ -26,7 +26,7 @@ struct VersionSpec
     bool hasSource = true;
 };
 
-QJsonObject versionJson(const VersionSpec& spec, const QUrl& base);
+QJsonObject versionJson(const VersionFields& fields, const QUrl& base);
 QJsonObject appJson(const QString& projectId, const QString& name, const QJsonArray& versions);
 QJsonObject nodeJson(const QString& jobId, const QString& version, const QString& prompt,
                      const std::optional<QString>& summary = std::nullopt, const QJsonArray& forks = {},
