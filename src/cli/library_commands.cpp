@@ -1,93 +1,166 @@
-// Commands about the library, the gallery, GitHub and the build machines.
+// Commands about the library, the gallery, GitHub and the build machines. The library and GitHub
+// print what their screens show, through the same screen models.
 
 #include "arguments.h"
 #include "commands.h"
 #include "console.h"
+#include "library/github_sync_view.h"
+#include "library/library_detail_view.h"
+#include "library/library_view.h"
 #include "service/api.h"
 #include "service/api_error.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <qcoro/qcorosignal.h>
 
 namespace brightloom::cli {
 namespace {
 
-QString flag(bool on, const char* word)
+const QString unsafeLine = QStringLiteral("Made from an imported GitHub repo (unsafe mode).");
+
+// One app's page: its name, where it started, its versions with their job ids and downloads, and
+// the version tree indented two spaces a level.
+void printDetail(const LibraryDetailView& view)
 {
-    return on ? QLatin1Char('\t') + QString::fromLatin1(word) : QString();
+    const LibraryDetail& detail = *view.detail();
+    out(detail.app.name);
+    if (detail.app.unsafe.value_or(false))
+        out(unsafeLine);
+    if (const std::optional<QString> origin = view.originLine())
+        out(*origin);
+    out(QString());
+    out(LibraryDetailView::versionsTitle);
+    for (const LibraryVersion& version : detail.app.versions) {
+        out(QStringLiteral("Version ") + version.version + QLatin1Char('\t') + version.appName +
+            QLatin1Char('\t') + version.summary.value_or(QString()) + QLatin1Char('\t') + version.jobId +
+            QLatin1Char('\t') + LibraryDetailView::downloadLabel(version));
+    }
+    out(QString());
+    out(LibraryDetailView::treeTitle);
+    for (const TreeRow& row : view.rows()) {
+        QString line = QString(row.depth * 2, QLatin1Char(' ')) + row.text;
+        if (row.kind == TreeRow::Kind::version) {
+            line += QLatin1Char('\t') + row.detail + QLatin1Char('\t') + row.jobId;
+            if (!row.hasSource)
+                line += QStringLiteral("\tsource not kept");
+        }
+        out(line);
+    }
 }
 
-// Prints a version tree with an explicit stack, indenting forks under the version they branch off.
-void printTree(const std::vector<std::shared_ptr<const TreeNode>>& roots)
+QCoro::Task<int> libraryList(API& api, bool json)
 {
-    struct Item
-    {
-        const TreeNode* node;
-        const TreeFork* fork;
-        int depth;
-    };
-    std::vector<Item> stack;
-    for (auto it = roots.rbegin(); it != roots.rend(); ++it)
-        stack.push_back({it->get(), nullptr, 0});
-    while (!stack.empty()) {
-        const Item item = stack.back();
-        stack.pop_back();
-        const QString indent(item.depth * 2, QLatin1Char(' '));
-        if (item.fork) {
-            out(indent + QStringLiteral("fork\t") + item.fork->projectId + QLatin1Char('\t') +
-                item.fork->name + flag(item.fork->mine, "mine"));
-            for (auto it = item.fork->nodes.rbegin(); it != item.fork->nodes.rend(); ++it)
-                stack.push_back({it->get(), nullptr, item.depth + 1});
-            continue;
-        }
-        const TreeNode& node = *item.node;
-        out(indent + QStringLiteral("version\t") + node.jobId + QLatin1Char('\t') + node.version +
-            QLatin1Char('\t') + node.summary.value_or(node.prompt) +
-            (node.hiddenForks > 0 ? QStringLiteral("\t+%1 hidden forks").arg(node.hiddenForks) : QString()));
-        for (auto it = node.forks.rbegin(); it != node.forks.rend(); ++it)
-            stack.push_back({nullptr, it->get(), item.depth + 1});
+    if (json) {
+        LibraryResp resp;
+        resp.apps = co_await api.library();
+        out(QString::fromUtf8(encodeRecord(resp)));
+        co_return 0;
     }
+    LibraryView view(api, {});
+    co_await view.load();
+    if (view.error())
+        throw APIError(*view.error());
+    if (view.showsEmptyText())
+        out(LibraryView::emptyText);
+    for (const LibraryApp& app : view.apps())
+        out(app.projectId + QLatin1Char('\t') + app.name + QLatin1Char('\t') + LibraryView::versionLine(app));
+    co_return 0;
+}
+
+// Saves the version `jobId` as the app's page does: through its downloads, keyed by the job.
+QCoro::Task<int> downloadVersion(LibraryDetailView& view, QString jobId)
+{
+    bool known = false;
+    for (const LibraryVersion& version : view.detail()->app.versions)
+        known = known || version.jobId == jobId;
+    if (!known)
+        throw APIError(QStringLiteral("This app has no version built by job ") + jobId + QLatin1Char('.'));
+    DmgDownloads* downloads = view.downloads();
+    view.download(jobId);
+    while (view.downloadBusy(jobId))
+        co_await qCoro(downloads, &DmgDownloads::finished);
+    const std::optional<QString> saved = view.savedFile(jobId);
+    if (!saved)
+        throw APIError(downloads->error());
+    out(*saved);
+    co_return 0;
+}
+
+// The panel as it reads: its title, the texts of its state and the labels of what can be done.
+void printPanel(const GithubSyncView& view)
+{
+    out(GithubSyncView::title);
+    switch (view.state()) {
+    case GithubSyncView::State::unavailable:
+        out(GithubSyncView::unavailableText);
+        break;
+    case GithubSyncView::State::connect:
+        out(GithubSyncView::connectText);
+        out(GithubSyncView::connectButton + QStringLiteral(": ") + view.connectUrl().toString());
+        break;
+    case GithubSyncView::State::linked:
+        out(view.linkedText());
+        out(view.pushLabel().value_or(GithubSyncView::noSourceText));
+        out(GithubSyncView::unlinkText);
+        break;
+    case GithubSyncView::State::choose:
+        out(view.chooseText());
+        if (view.repos().isEmpty()) {
+            out(GithubSyncView::noReposText);
+            break;
+        }
+        out(GithubSyncView::repositoryLabel);
+        for (const GithubRepo& repo : view.repos())
+            out(QStringLiteral("  ") + repo.fullName +
+                (repo.fullName == view.choice() ? QStringLiteral("\tchosen") : QString()));
+        out(GithubSyncView::useRepoText);
+        break;
+    }
+}
+
+void failOnError(const GithubSyncView& view)
+{
+    if (view.error())
+        throw APIError(*view.error());
 }
 
 } // namespace
 
 QCoro::Task<int> library(API& api, QStringList words)
 {
-    const Arguments args = parse(words, {}, {"json"});
+    const Arguments args = parse(words, {"download"}, {"json"});
     const bool json = args.flag(QStringLiteral("json"));
-    if (args.positionalCount() > 0) {
-        const LibraryDetail detail = co_await api.libraryDetail(args.positional(0, "project id"));
-        if (json) {
-            out(QString::fromUtf8(encodeRecord(detail)));
-            co_return 0;
-        }
-        out(QStringLiteral("app\t") + detail.app.projectId + QLatin1Char('\t') + detail.app.name +
-            flag(detail.canTemplate, "template"));
-        if (detail.origin)
-            out(QStringLiteral("forked from\t") + detail.origin->name.value_or(QString()) +
-                QLatin1Char('\t') + detail.origin->version.value_or(QString()));
-        printTree(detail.tree);
-        co_return 0;
-    }
-    LibraryResp resp;
-    resp.apps = co_await api.library();
+    if (args.positionalCount() == 0)
+        co_return co_await libraryList(api, json);
+
+    const QString projectId = args.positional(0, "project id");
     if (json) {
-        out(QString::fromUtf8(encodeRecord(resp)));
+        out(QString::fromUtf8(encodeRecord(co_await api.libraryDetail(projectId))));
         co_return 0;
     }
-    for (const LibraryApp& app : resp.apps) {
-        out(app.projectId + QLatin1Char('\t') + app.name +
-            QStringLiteral("\t%1 versions").arg(app.versions.size()) + flag(app.templatePublic, "public") +
-            flag(app.unsafe.value_or(false), "unsafe"));
-    }
+    LibraryDetailView view(api, projectId, {});
+    co_await view.load();
+    if (!view.detail())
+        throw APIError(view.errorText());
+    if (const std::optional<QString> job = args.option(QStringLiteral("download")))
+        co_return co_await downloadVersion(view, *job);
+    printDetail(view);
     co_return 0;
 }
 
 QCoro::Task<int> fork(API& api, QStringList words)
 {
     const Arguments args = parse(words, {}, {});
-    out(co_await api.forkTemplate(args.positional(0, "job id")));
+    const QString jobId = args.positional(0, "job id");
+    // The fork is the app page's "Use as template": it needs no app loaded, only the version.
+    QString created;
+    LibraryDetailView view(api, QString(), [&created](QString projectId) { created = projectId; });
+    co_await view.fork(jobId);
+    if (view.error())
+        throw APIError(*view.error());
+    out(created);
     co_return 0;
 }
 
@@ -107,37 +180,43 @@ QCoro::Task<int> github(API& api, QStringList words)
     const Arguments args = parse(words, {}, {"json"});
     const QString project = args.positional(0, "project id");
     const QString action = args.positionalCount() > 1 ? args.positional(1, "action") : QString();
+    const bool json = args.flag(QStringLiteral("json"));
+    GithubSyncView view(api, project);
     if (action.isEmpty()) {
-        const std::optional<GithubPanel> panel = co_await api.githubPanel(project);
-        if (!panel)
-            throw APIError(QStringLiteral("The GitHub panel could not be loaded."));
-        if (args.flag(QStringLiteral("json"))) {
-            out(QString::fromUtf8(encodeRecord(*panel)));
+        co_await view.load();
+        if (json && view.panel()) {
+            out(QString::fromUtf8(encodeRecord(*view.panel())));
             co_return 0;
         }
-        out(QStringLiteral("state\t") + panel->state);
-        if (panel->login)
-            out(QStringLiteral("login\t") + *panel->login);
-        if (panel->pushVersion)
-            out(QStringLiteral("push version\t") + *panel->pushVersion);
-        if (panel->link)
-            out(QStringLiteral("linked\t") + panel->link->repo + flag(panel->link->upToDate, "up to date"));
-    } else if (action == QLatin1String("repos")) {
+        // No panel is a failure here: its text alone goes to standard error.
+        if (view.state() == GithubSyncView::State::unavailable)
+            throw APIError(GithubSyncView::unavailableText);
+        printPanel(view);
+        failOnError(view);
+        co_return 0;
+    }
+    if (action == QLatin1String("repos")) {
         for (const GithubRepo& repo : co_await api.githubRepos())
             out(repo.fullName);
     } else if (action == QLatin1String("link")) {
-        co_await api.githubLinkRepo(project, args.positional(2, "repository"));
+        view.setChoice(args.positional(2, "repository"));
+        co_await view.link();
+        failOnError(view);
+        printPanel(view);
     } else if (action == QLatin1String("unlink")) {
-        co_await api.githubUnlink(project);
+        co_await view.unlink();
+        failOnError(view);
+        printPanel(view);
     } else if (action == QLatin1String("push")) {
-        const GithubPushResult result = co_await api.githubPush(project);
-        if (args.flag(QStringLiteral("json"))) {
-            out(QString::fromUtf8(encodeRecord(result)));
+        if (json) {
+            out(QString::fromUtf8(encodeRecord(co_await api.githubPush(project))));
             co_return 0;
         }
-        out(result.changed.value_or(false) ? QStringLiteral("pushed\t") + result.version.value_or(QString()) +
-                                                 QLatin1Char('\t') + result.commitUrl.value_or(QString())
-                                           : QStringLiteral("already up to date"));
+        co_await view.push();
+        failOnError(view);
+        out(view.messageText());
+        if (view.commitUrl())
+            out(*view.commitUrl());
     } else {
         throw UsageError(QStringLiteral("unknown github action ") + action);
     }

@@ -24,7 +24,7 @@ const QList<CommandInfo>& commands()
         {"show", &show, "show PROJECT [--json]"},
         {"send", &sendMessage, "send PROJECT \"TEXT\" [--fix]"},
         {"download", &download, "download PROJECT [--dmg|--zip]"},
-        {"library", &library, "library [PROJECT] [--json]"},
+        {"library", &library, "library [PROJECT [--download JOB]] [--json]"},
         {"fork", &fork, "fork JOB"},
         {"gallery", &gallery,
          "gallery [--favorites] [--json] | gallery use SLUG [--follow [--interval SECONDS]]"},

@@ -46,6 +46,17 @@ protected:
             .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     }
 
+    // The panel as the service sends it.
+    QJsonObject panel(const QString& projectId)
+    {
+        return cliJson({QStringLiteral("github"), projectId, QStringLiteral("--json")});
+    }
+
+    static QJsonObject linkOf(const QJsonObject& panel)
+    {
+        return panel.value(QStringLiteral("link")).toObject();
+    }
+
     QJsonObject fault(const QString& path)
     {
         QJsonObject body;
@@ -65,8 +76,11 @@ protected:
 TEST_F(DevServerServicesTest, GithubPanelAsksToConnectFirst)
 {
     const QString id = readyProject();
-    EXPECT_EQ(github(id),
-              (QStringList{QStringLiteral("state\tconnect"), QStringLiteral("push version\t1.0")}));
+    const QJsonObject shown = panel(id);
+    EXPECT_EQ(shown.value(QStringLiteral("state")), QJsonValue(QStringLiteral("connect")));
+    EXPECT_EQ(shown.value(QStringLiteral("pushVersion")), QJsonValue(QStringLiteral("1.0")));
+    EXPECT_EQ(github(id).value(1),
+              QStringLiteral("Connect GitHub to keep this app's source in a repository."));
 }
 
 TEST_F(DevServerServicesTest, BuildWithoutSourceOffersNothingToPush)
@@ -74,15 +88,20 @@ TEST_F(DevServerServicesTest, BuildWithoutSourceOffersNothingToPush)
     const QString id =
         newProject(QStringLiteral("build on https://github.com/acme/widgets"), {QStringLiteral("--import")});
     finishJobs();
-    EXPECT_EQ(github(id), QStringList{QStringLiteral("state\tconnect")});
+    const QJsonObject shown = panel(id);
+    EXPECT_EQ(shown.value(QStringLiteral("state")), QJsonValue(QStringLiteral("connect")));
+    EXPECT_FALSE(shown.contains(QStringLiteral("pushVersion")));
 }
 
 TEST_F(DevServerServicesTest, VisitingTheLibraryPageConnectsGithub)
 {
     const QString id = readyProject();
     visitLibraryPage(id);
-    EXPECT_EQ(github(id), (QStringList{QStringLiteral("state\tready"), QStringLiteral("login\tdemo"),
-                                       QStringLiteral("push version\t1.0")}));
+    const QJsonObject shown = panel(id);
+    EXPECT_EQ(shown.value(QStringLiteral("state")), QJsonValue(QStringLiteral("ready")));
+    EXPECT_EQ(shown.value(QStringLiteral("login")), QJsonValue(QStringLiteral("demo")));
+    EXPECT_EQ(shown.value(QStringLiteral("pushVersion")), QJsonValue(QStringLiteral("1.0")));
+    EXPECT_EQ(github(id).value(1), QStringLiteral("Connected as demo. Pick the repository to push to."));
 }
 
 TEST_F(DevServerServicesTest, LibraryPageWithoutASessionAsksToSignIn)
@@ -114,7 +133,8 @@ TEST_F(DevServerServicesTest, LinkedProjectShowsItsRepository)
     const QString id = readyProject();
     visitLibraryPage(id);
     github(id, {QStringLiteral("link"), QStringLiteral("demo/website")});
-    EXPECT_TRUE(github(id).contains(QStringLiteral("linked\tdemo/website")));
+    EXPECT_EQ(linkOf(panel(id)).value(QStringLiteral("repo")), QJsonValue(QStringLiteral("demo/website")));
+    EXPECT_EQ(github(id).value(1), QStringLiteral("Syncs to demo/website"));
 }
 
 TEST_F(DevServerServicesTest, PushSendsTheNewestVersionOnce)
@@ -129,8 +149,10 @@ TEST_F(DevServerServicesTest, PushSendsTheNewestVersionOnce)
     EXPECT_TRUE(pushed.value(QStringLiteral("commitUrl"))
                     .toString()
                     .startsWith(QStringLiteral("https://github.com/demo/website/commit/")));
-    EXPECT_EQ(github(id, {QStringLiteral("push")}), QStringList{QStringLiteral("already up to date")});
-    EXPECT_TRUE(github(id).contains(QStringLiteral("linked\tdemo/website\tup to date")));
+    EXPECT_EQ(github(id, {QStringLiteral("push")}),
+              QStringList{QStringLiteral("Already up to date. The repository matches this build.")});
+    EXPECT_EQ(linkOf(panel(id)).value(QStringLiteral("upToDate")), QJsonValue(true));
+    EXPECT_TRUE(github(id).contains(QStringLiteral("Push again")));
 }
 
 TEST_F(DevServerServicesTest, NewVersionMakesTheLinkOutOfDate)
@@ -141,9 +163,10 @@ TEST_F(DevServerServicesTest, NewVersionMakesTheLinkOutOfDate)
     github(id, {QStringLiteral("push")});
     cliOk({QStringLiteral("send"), id, QStringLiteral("add tags")});
     finishJobs();
-    const QStringList panel = github(id);
-    EXPECT_TRUE(panel.contains(QStringLiteral("push version\t1.1")));
-    EXPECT_TRUE(panel.contains(QStringLiteral("linked\tdemo/website")));
+    const QJsonObject shown = panel(id);
+    EXPECT_EQ(shown.value(QStringLiteral("pushVersion")), QJsonValue(QStringLiteral("1.1")));
+    EXPECT_EQ(linkOf(shown).value(QStringLiteral("repo")), QJsonValue(QStringLiteral("demo/website")));
+    EXPECT_TRUE(github(id).contains(QStringLiteral("Push version 1.1")));
 }
 
 TEST_F(DevServerServicesTest, UnlinkRemovesTheLink)
@@ -152,8 +175,7 @@ TEST_F(DevServerServicesTest, UnlinkRemovesTheLink)
     visitLibraryPage(id);
     github(id, {QStringLiteral("link"), QStringLiteral("demo/website")});
     github(id, {QStringLiteral("unlink")});
-    for (const QString& line : github(id))
-        EXPECT_FALSE(line.startsWith(QStringLiteral("linked"))) << line.toStdString();
+    EXPECT_FALSE(panel(id).contains(QStringLiteral("link")));
 }
 
 TEST_F(DevServerServicesTest, LinkingAnUnknownRepositoryFails)
@@ -348,7 +370,7 @@ TEST_F(DevServerServicesTest, RestartKeepsFavoritesAndGithubLinks)
     cliOk({QStringLiteral("favorite"), QStringLiteral("recipe-box"), QStringLiteral("on")});
     startServer();
     signInAsDemo();
-    EXPECT_TRUE(github(id).contains(QStringLiteral("linked\tdemo/website")));
+    EXPECT_EQ(linkOf(panel(id)).value(QStringLiteral("repo")), QJsonValue(QStringLiteral("demo/website")));
     EXPECT_TRUE(cliOk({QStringLiteral("gallery"), QStringLiteral("--favorites")})
                     .startsWith(QStringLiteral("recipe-box\t")));
 }

@@ -1,6 +1,7 @@
 #include "window_screens.h"
 
 #include "ui/conversation/new_project_view_widget.h"
+#include "ui/library/library_view_widget.h"
 
 #include <QLabel>
 
@@ -12,7 +13,9 @@ Screens windowScreens(API& api, LocalBuilds& local, IconLoader& icons, Desktop& 
     screens.newProject = [&api, &local, &icons, &desktop, &dialogs](Screens::Open open) -> QWidget* {
         return new NewProjectViewWidget(api, local, icons, desktop, dialogs, std::move(open));
     };
-    screens.library = [](Screens::Open) { return new QLabel(QStringLiteral("My apps")); };
+    screens.library = [&api, &icons, &desktop](Screens::Open open) -> QWidget* {
+        return new LibraryViewWidget(api, icons, desktop, std::move(open));
+    };
     screens.conversation = [](const Project& project) {
         return Screens::Conversation{new QLabel(project.name), nullptr};
     };
