@@ -1,0 +1,40 @@
+#include "progress_row.h"
+
+#include "ui/shared/elapsed_seconds_label.h"
+#include "ui/shared/spinner.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+
+namespace brightloom::ui {
+
+ProgressRow::ProgressRow(QWidget* parent)
+    : QWidget(parent), m_spinner(new Spinner(16, this)), m_label(new QLabel(this)),
+      m_counter(new ElapsedSecondsLabel(this))
+{
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    layout->addWidget(m_spinner, 0, Qt::AlignTop);
+    m_label->setWordWrap(true);
+    m_label->setTextFormat(Qt::PlainText);
+    m_label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_label->setAccessibleDescription(QStringLiteral("Build status"));
+    layout->addWidget(m_label, 1);
+    layout->addWidget(m_counter, 0, Qt::AlignTop);
+}
+
+void ProgressRow::set(const QString& text, const QDateTime& since)
+{
+    m_label->setText(text);
+    m_counter->setVisible(since.isValid());
+    if (since.isValid() && since != m_counter->since())
+        m_counter->setSince(since);
+}
+
+void ProgressRow::setSpinning(bool spinning)
+{
+    m_spinner->setVisible(spinning);
+}
+
+} // namespace brightloom::ui
