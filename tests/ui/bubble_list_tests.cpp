@@ -374,3 +374,16 @@ TEST_F(BubbleListTest, ScreenReaderReadsEveryBubbleAsAListItemWithItsTextAndWrit
                                list().viewport()->mapToGlobal(bubble.center()).y()),
               bubbles->child(1));
 }
+
+TEST_F(BubbleListTest, LineBreaksInAMessageStartNewLinesAndAreCopiedAsTheyAre)
+{
+    messages.append(message(0, QStringLiteral("assistant"), QStringLiteral("one\ntwo\nthree")));
+    messages.append(message(1, QStringLiteral("assistant"), QStringLiteral("one")));
+    open();
+    const int line = QFontMetrics(list().font()).lineSpacing();
+    EXPECT_NEAR(list().bubbleRect(0).height() - list().bubbleRect(1).height(), 2 * line, 2);
+    EXPECT_LT(list().bubbleRect(0).width(), list().bubbleRect(1).width() * 3)
+        << "three short lines, not one long";
+    list().selectAll();
+    EXPECT_EQ(list().selectedText(), QStringLiteral("one\ntwo\nthree\n\none"));
+}

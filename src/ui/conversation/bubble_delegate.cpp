@@ -57,7 +57,10 @@ const BubbleDelegate::Text& BubbleDelegate::text(const QModelIndex& index,
     made->wrapWidth = wrap;
     made->font = option.font;
     QTextLayout& layout = made->layout;
-    layout.setText(content);
+    // A text layout breaks lines only at the line separator; one for one, so positions still match.
+    QString shown = content;
+    shown.replace(QLatin1Char('\n'), QChar::LineSeparator);
+    layout.setText(shown);
     layout.setFont(option.font);
     layout.setCacheEnabled(true);
     QTextOption textOption;

@@ -1,5 +1,7 @@
 #include "chat_button_row.h"
 
+#include "ui/shared/button_styles.h"
+
 #include <QHBoxLayout>
 #include <QPushButton>
 
@@ -60,6 +62,8 @@ void ChatButtonRow::setButtons(const QList<ChatButton>& buttons)
         button->setEnabled(buttons[i].enabled);
         if (m_styler)
             m_styler(button, buttons[i], buttons);
+        else
+            applyZipButtonStyle(button, false);
     }
     setVisible(!buttons.isEmpty());
 }

@@ -19,7 +19,8 @@ class ChatButtonRow final : public QWidget
     Q_DISABLE_COPY_MOVE(ChatButtonRow)
 
 public:
-    // Gives a button its look; `row` is every button of the row.
+    // Gives a button its look; `row` is every button of the row. Without one, buttons have the quiet
+    // bordered look of the archive button.
     using Styler =
         std::function<void(QPushButton* button, const ChatButton& shown, const QList<ChatButton>& row)>;
 

@@ -6,7 +6,6 @@
 #include "ui/shared/first_launch_note.h"
 #include "ui/shared/link_button.h"
 
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -62,15 +61,15 @@ void DownloadAreaWidget::setArea(const DownloadArea& area)
     }
     for (const SavedRow& saved : area.saved) {
         auto* row = new QWidget(m_savedBox);
-        auto* line = new QHBoxLayout(row);
+        auto* line = new QVBoxLayout(row);
         line->setContentsMargins(0, 0, 0, 0);
-        line->setSpacing(12);
+        line->setSpacing(6);
         auto* where = new QLabel(saved.text, row);
         where->setTextFormat(Qt::PlainText);
         where->setWordWrap(true);
         where->setTextInteractionFlags(Qt::TextSelectableByMouse);
         where->setAccessibleDescription(QStringLiteral("Saved location"));
-        line->addWidget(where, 1);
+        line->addWidget(where);
         auto* buttons = new ChatButtonRow({}, row);
         buttons->setButtons(saved.buttons);
         connect(buttons, &ChatButtonRow::triggered, this, &DownloadAreaWidget::triggered);

@@ -8,8 +8,26 @@
 
 namespace brightloom::ui {
 
+namespace {
+
+// A wrapping label that asks for the width of its whole text on one line, so the counter after it
+// follows the text, and wraps only when the row is narrower than that.
+class StatusText final : public QLabel
+{
+public:
+    explicit StatusText(QWidget* parent) : QLabel(parent) {}
+
+    QSize sizeHint() const override
+    {
+        const int oneLine = fontMetrics().horizontalAdvance(text()) + 2 * margin() + 2;
+        return QSize(oneLine, heightForWidth(oneLine));
+    }
+};
+
+} // namespace
+
 ProgressRow::ProgressRow(QWidget* parent)
-    : QWidget(parent), m_spinner(new Spinner(16, this)), m_label(new QLabel(this)),
+    : QWidget(parent), m_spinner(new Spinner(16, this)), m_label(new StatusText(this)),
       m_counter(new ElapsedSecondsLabel(this))
 {
     auto* layout = new QHBoxLayout(this);
@@ -20,8 +38,9 @@ ProgressRow::ProgressRow(QWidget* parent)
     m_label->setTextFormat(Qt::PlainText);
     m_label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_label->setAccessibleDescription(QStringLiteral("Build status"));
-    layout->addWidget(m_label, 1);
+    layout->addWidget(m_label);
     layout->addWidget(m_counter, 0, Qt::AlignTop);
+    layout->addStretch(1);
 }
 
 void ProgressRow::set(const QString& text, const QDateTime& since)
