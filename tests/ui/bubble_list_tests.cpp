@@ -15,6 +15,7 @@
 #include "ui/conversation/bubble_list_model.h"
 #include "ui/conversation/bubble_list_view.h"
 #include "ui/conversation/chat_view_widget.h"
+#include "ui/conversation/status_area_widget.h"
 #include "ui/shared/metrics.h"
 
 #include <QAccessible>
@@ -228,16 +229,21 @@ TEST_F(BubbleListTest, RefreshWithoutChangeKeepsTheScrolledUpPlaceAndTheSelectio
     QTest::mouseDClick(list().viewport(), Qt::LeftButton, {}, bubble.topLeft() + QPoint(16, 14));
     ASSERT_TRUE(list().hasSelection());
     const QString selected = list().selectedText();
+    settle();
 
     QSignalSpy inserted(widget->bubbles(), &QAbstractItemModel::rowsInserted);
     QSignalSpy removed(widget->bubbles(), &QAbstractItemModel::rowsRemoved);
     QSignalSpy changed(widget->bubbles(), &QAbstractItemModel::dataChanged);
     QSignalSpy reset(widget->bubbles(), &QAbstractItemModel::modelReset);
     const int layouts = list().delegate()->layoutsMade();
+    const int frames = list().framesPainted();
+    const int redraws = widget->statusArea()->redraws();
     refresh();
     refresh();
     EXPECT_EQ(inserted.size() + removed.size() + changed.size() + reset.size(), 0);
     EXPECT_EQ(list().delegate()->layoutsMade(), layouts);
+    EXPECT_EQ(list().framesPainted(), frames) << "nothing was drawn again";
+    EXPECT_EQ(widget->statusArea()->redraws(), redraws);
     EXPECT_EQ(list().verticalScrollBar()->value(), place);
     EXPECT_EQ(list().selectedText(), selected);
 }

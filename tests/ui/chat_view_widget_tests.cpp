@@ -190,12 +190,18 @@ TEST_F(ChatViewWidgetTest, ReturnSendsTheRequestWhichIsQueuedThenBuiltThenDownlo
     EXPECT_TRUE(counter->isVisibleTo(widget.get()));
     EXPECT_TRUE(QRegularExpression(QStringLiteral("^(\\d+m )?\\d+s$")).match(counter->text()).hasMatch())
         << counter->text().toStdString();
+    // A queued job counts from when the service made it.
+    const QDateTime queuedSince = counter->since();
+    EXPECT_EQ(queuedSince, ChatView::parseCreatedAt(widget->chatView()->latest()->createdAt));
 
     step();
     ASSERT_TRUE(spinUntil([&] { return status() == QStringLiteral("Building: planning\u2026"); }));
     EXPECT_TRUE(counter->isVisibleTo(widget.get()));
+    EXPECT_GT(counter->since(), queuedSince) << "a new stage starts the counter again";
+    const QDateTime planningSince = counter->since();
     step();
     ASSERT_TRUE(spinUntil([&] { return status() == QStringLiteral("Building: writing code\u2026"); }));
+    EXPECT_GE(counter->since(), planningSince);
 
     finishJobs();
     ASSERT_TRUE(spinUntil([&] { return button(QStringLiteral("Download app (.dmg)")) != nullptr; }));
@@ -219,6 +225,45 @@ TEST_F(ChatViewWidgetTest, ReturnSendsTheRequestWhichIsQueuedThenBuiltThenDownlo
     EXPECT_EQ(desktop.openedFiles(), QStringList{saved});
     QTest::mouseClick(button(QStringLiteral("Show in Finder")), Qt::LeftButton);
     EXPECT_EQ(desktop.revealed, QStringList{saved});
+
+    // The next build is a new app: what was saved before is not offered with it.
+    typeAndReturn(QStringLiteral("Use a serif font"));
+    ASSERT_TRUE(spinUntil([&] { return status().startsWith(QStringLiteral("Queued")); }));
+    finishJobs();
+    ASSERT_TRUE(spinUntil([&] { return button(QStringLiteral("Download app (.dmg)")) != nullptr; }));
+    EXPECT_EQ(labelDescribed(widget.get(), QStringLiteral("Saved location")), nullptr);
+    EXPECT_EQ(button(QStringLiteral("Open .dmg")), nullptr);
+}
+
+TEST_F(ChatViewWidgetTest, WhileABuildRunsOrTheTextIsBlankReturnSendsNothingAndKeepsTheText)
+{
+    const Project project = create(QStringLiteral("a notes app with tags"), false);
+    open(project);
+    ASSERT_TRUE(spinUntil([&] { return status().startsWith(QStringLiteral("Queued")); }));
+    const auto requests = [&] {
+        int count = 0;
+        for (const Message& message : widget->bubbles()->messages())
+            count += message.role == QLatin1String("user") ? 1 : 0;
+        return count;
+    };
+    const int before = requests();
+    typeAndReturn(QStringLiteral("Make it blue"));
+    EXPECT_EQ(widget->composer()->text(), QStringLiteral("Make it blue"));
+    EXPECT_FALSE(widget->composer()->sendButton()->isEnabled());
+    step();
+    ASSERT_TRUE(spinUntil([&] { return status().startsWith(QStringLiteral("Building")); }));
+    QTest::keyClick(widget->composer()->textView(), Qt::Key_Return);
+    EXPECT_EQ(widget->composer()->text(), QStringLiteral("Make it blue"));
+
+    finishJobs();
+    ASSERT_TRUE(spinUntil([&] { return widget->composer()->sendButton()->isEnabled(); }))
+        << "a finished build lets the kept text go";
+    widget->composer()->setText(QStringLiteral("  \n "));
+    EXPECT_FALSE(widget->composer()->sendButton()->isEnabled());
+    QTest::keyClick(widget->composer()->textView(), Qt::Key_Return);
+    spinUntil([] { return false; }, std::chrono::milliseconds(100));
+    EXPECT_EQ(requests(), before);
+    EXPECT_EQ(widget->chatView()->latest()->status, QStringLiteral("ready")) << "no new job";
 }
 
 TEST_F(ChatViewWidgetTest, SourceJobIsBuiltOnThisMachineThroughEveryPhaseToTheSavedApp)

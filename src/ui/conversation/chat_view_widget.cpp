@@ -81,7 +81,6 @@ ChatViewWidget::ChatViewWidget(API& api, LocalBuilds& local, IconLoader& icons, 
     layout->addWidget(errorRow);
     errorRow->hide();
 
-    m_composer->textView()->setAccessibleName(QStringLiteral("Ask for changes…"));
     layout->addWidget(inColumn(m_composer, this, 4, metrics::pagePadding / 2 + 4));
 
     connect(m_view, &ChatView::messagesChanged, this, [this] { m_bubbles->setMessages(m_view->messages()); });
