@@ -2,6 +2,7 @@
 // wide it gets, how the list scrolls and keeps its place, selecting and copying text, and what a
 // refresh touches.
 
+#include "app/accent.h"
 #include "app/icon_loader.h"
 #include "conversation/chat_view.h"
 #include "localbuild/local_builds.h"
@@ -11,6 +12,7 @@
 #include "service/api.h"
 #include "task_runner.h"
 #include "temp_home.h"
+#include "ui/app/palette.h"
 #include "ui/conversation/bubble_delegate.h"
 #include "ui/conversation/bubble_list_model.h"
 #include "ui/conversation/bubble_list_view.h"
@@ -392,4 +394,41 @@ TEST_F(BubbleListTest, LineBreaksInAMessageStartNewLinesAndAreCopiedAsTheyAre)
         << "three short lines, not one long";
     list().selectAll();
     EXPECT_EQ(list().selectedText(), QStringLiteral("one\ntwo\nthree\n\none"));
+}
+
+TEST_F(BubbleListTest, UserBubbleIsBlackTextOnTheAccentWithRoundedCorners)
+{
+    messages.append(message(0, QStringLiteral("user"), QStringLiteral("Make the timer blue")));
+    open();
+    const QRect bubble = list().bubbleRect(0);
+    const QImage picture = list().viewport()->grab().toImage();
+    EXPECT_EQ(picture.pixelColor(bubble.left() + 4, bubble.center().y()).rgb(), accent().rgb());
+    EXPECT_NE(picture.pixelColor(bubble.topLeft()).rgb(), accent().rgb()) << "the corner is rounded off";
+    EXPECT_EQ(picture.pixelColor(bubble.topLeft()).rgb(), list().palette().color(QPalette::Window).rgb());
+    int darkest = 255;
+    for (int x = bubble.left(); x <= bubble.right(); ++x)
+        darkest = std::min(darkest, picture.pixelColor(x, bubble.center().y()).lightness());
+    EXPECT_LT(darkest, 60) << "black text";
+}
+
+TEST_F(BubbleListTest, OthersBubbleIsAFaintWashOfTheTextColourAndReadsInTheDarkPalette)
+{
+    messages.append(message(0, QStringLiteral("assistant"), QStringLiteral("Here is your timer")));
+    for (const QPalette& palette : {lightPalette(), darkPalette()}) {
+        open();
+        widget->setPalette(palette);
+        settle();
+        const QRect bubble = list().bubbleRect(0);
+        const QImage picture = list().viewport()->grab().toImage();
+        const QColor window = palette.color(QPalette::Window);
+        const QColor text = palette.color(QPalette::Text);
+        const QColor fill = picture.pixelColor(bubble.left() + 4, bubble.center().y());
+        // The text colour at 0.08 over the window: a step towards the text, far from it.
+        EXPECT_NEAR(fill.red(), window.red() + (text.red() - window.red()) * 0.08, 2);
+        int farthest = 0;
+        for (int x = bubble.left(); x <= bubble.right(); ++x)
+            farthest = std::max(farthest, std::abs(picture.pixelColor(x, bubble.center().y()).lightness() -
+                                                   fill.lightness()));
+        EXPECT_GT(farthest, 100) << "the text stands out from its bubble";
+    }
 }

@@ -16,11 +16,13 @@
 #include "ui/conversation/bubble_list_view.h"
 #include "ui/conversation/chat_view_widget.h"
 #include "ui/conversation/composer.h"
+#include "ui/conversation/download_area_widget.h"
 #include "ui/conversation/growing_text_view.h"
 #include "ui/conversation/local_build_area.h"
 #include "ui/conversation/progress_row.h"
 #include "ui/conversation/send_button.h"
 #include "ui/conversation/status_area_widget.h"
+#include "ui/shared/app_header.h"
 #include "ui/shared/elapsed_seconds_label.h"
 #include "ui/shared/unsafe_banner.h"
 #include "widget_lookup.h"
@@ -140,6 +142,15 @@ protected:
     QString status() const { return textDescribed(widget.get(), QStringLiteral("Build status")); }
     QString localStatus() const { return textDescribed(widget.get(), QStringLiteral("Local build status")); }
     QPushButton* button(const QString& name) const { return buttonNamed(widget.get(), name); }
+    // Every button of the window, for a failure's message: its name and whether it is shown.
+    QString buttonsShown() const
+    {
+        QStringList all;
+        for (QPushButton* each : widget->findChildren<QPushButton*>())
+            all.append(each->accessibleName() +
+                       (each->isVisibleTo(widget.get()) ? QString() : QStringLiteral(" (hidden)")));
+        return all.join(QStringLiteral(", "));
+    }
 
     // Every text the local build area showed, once each, in order, from now on.
     void recordLocalTexts()
@@ -206,6 +217,11 @@ TEST_F(ChatViewWidgetTest, ReturnSendsTheRequestWhichIsQueuedThenBuiltThenDownlo
     finishJobs();
     ASSERT_TRUE(spinUntil([&] { return button(QStringLiteral("Download app (.dmg)")) != nullptr; }));
     EXPECT_TRUE(button(QStringLiteral(".zip instead")));
+    const Job ready = *widget->chatView()->latest();
+    EXPECT_EQ(widget->statusArea()->download()->header()->nameLabel()->text(),
+              ready.appName.value_or(QString()));
+    EXPECT_EQ(widget->statusArea()->download()->header()->versionLabel()->text(),
+              QStringLiteral("Version ") + ready.version.value_or(QString()));
     QPushButton* dmg = button(QStringLiteral("Download app (.dmg)"));
     QTest::mouseClick(dmg, Qt::LeftButton);
     EXPECT_EQ(dmg->text(), QStringLiteral("Downloading\u2026"));
@@ -223,6 +239,7 @@ TEST_F(ChatViewWidgetTest, ReturnSendsTheRequestWhichIsQueuedThenBuiltThenDownlo
     ASSERT_TRUE(button(QStringLiteral("Open .dmg")));
     QTest::mouseClick(button(QStringLiteral("Open .dmg")), Qt::LeftButton);
     EXPECT_EQ(desktop.openedFiles(), QStringList{saved});
+    ASSERT_TRUE(button(QStringLiteral("Show in Finder")));
     QTest::mouseClick(button(QStringLiteral("Show in Finder")), Qt::LeftButton);
     EXPECT_EQ(desktop.revealed, QStringList{saved});
 
@@ -287,6 +304,8 @@ TEST_F(ChatViewWidgetTest, SourceJobIsBuiltOnThisMachineThroughEveryPhaseToTheSa
         QStringLiteral("Apps are ad-hoc signed, not notarized. If macOS blocks the first launch, use System "
                        "Settings \u2192 Privacy & Security \u2192 Open Anyway."));
     EXPECT_FALSE(widget->statusArea()->local()->logBox()->isVisibleTo(widget.get()));
+    ASSERT_TRUE(button(QStringLiteral("Open app"))) << buttonsShown().toStdString();
+    ASSERT_TRUE(button(QStringLiteral("Show in Finder")));
     QTest::mouseClick(button(QStringLiteral("Open app")), Qt::LeftButton);
     EXPECT_EQ(desktop.openedFiles(), QStringList{app});
     QTest::mouseClick(button(QStringLiteral("Show in Finder")), Qt::LeftButton);
@@ -319,6 +338,10 @@ TEST_F(ChatViewWidgetTest, SourceThatNeverCompilesEndsWithTheErrorAndLogAndTryAg
     EXPECT_TRUE(log->textInteractionFlags() & Qt::TextSelectableByMouse);
     EXPECT_TRUE(QFontInfo(log->font()).fixedPitch()) << log->font().family().toStdString();
     ASSERT_TRUE(button(QStringLiteral("Try again")));
+    EXPECT_TRUE(
+        localTexts.contains(QStringLiteral("Compile errors found. Asking the cloud to fix them\u2026")))
+        << localTexts.join(QLatin1Char('|')).toStdString();
+    EXPECT_TRUE(localTexts.contains(QStringLiteral("Compiling on this Mac\u2026 (fix 1 of 3)")));
 
     localTexts.clear();
     const QString job = widget->chatView()->latest()->id;
@@ -440,6 +463,9 @@ TEST_F(ChatViewWidgetTest, EveryButtonAndTheComposerCarryTheNamesTheyAreReadBy)
     EXPECT_EQ(spokenName(widget->composer()->textView()), QStringLiteral("Ask for changes\u2026"));
     EXPECT_EQ(spokenName(widget->list()), QStringLiteral("Conversation"));
     EXPECT_EQ(widget->composer()->textView()->placeholderText(), QStringLiteral("Ask for changes\u2026"));
+    EXPECT_EQ(widget->composer()->textView()->minHeight(), 56);
+    EXPECT_EQ(widget->composer()->textView()->maxHeight(), 200);
+    EXPECT_EQ(widget->composer()->textView()->maxLength(), 8000);
     EXPECT_EQ(widget->composer()->hint()->text(),
               QStringLiteral("Return to send \u00b7 Shift+Return for a new line"));
 }

@@ -51,6 +51,8 @@ void ChatButtonRow::setButtons(const QList<ChatButton>& buttons)
                     Q_EMIT triggered(m_shown.at(i));
             });
             m_layout->insertWidget(int(i), button);
+            // A layout would show it only later, from the event loop; it is part of the row now.
+            button->show();
             m_buttons.append(button);
         }
     }

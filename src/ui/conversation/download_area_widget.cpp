@@ -75,6 +75,7 @@ void DownloadAreaWidget::setArea(const DownloadArea& area)
         connect(buttons, &ChatButtonRow::triggered, this, &DownloadAreaWidget::triggered);
         line->addWidget(buttons);
         m_savedLayout->addWidget(row);
+        row->show();
     }
     m_savedBox->setVisible(!area.saved.isEmpty());
 }
