@@ -142,6 +142,7 @@ protected:
     QString status() const { return textDescribed(widget.get(), QStringLiteral("Build status")); }
     QString localStatus() const { return textDescribed(widget.get(), QStringLiteral("Local build status")); }
     QPushButton* button(const QString& name) const { return buttonNamed(widget.get(), name); }
+    QPushButton* waitFor(const QString& name) const { return waitForButton(widget.get(), name); }
     // Every button of the window, for a failure's message: its name and whether it is shown.
     QString buttonsShown() const
     {
@@ -188,7 +189,7 @@ TEST_F(ChatViewWidgetTest, ReturnSendsTheRequestWhichIsQueuedThenBuiltThenDownlo
     const Project project = create(QStringLiteral("a notes app with tags"), false);
     finishJobs();
     open(project);
-    ASSERT_TRUE(spinUntil([&] { return button(QStringLiteral("Download app (.dmg)")) != nullptr; }));
+    ASSERT_TRUE(waitFor(QStringLiteral("Download app (.dmg)")));
     const int before = widget->bubbles()->rowCount();
 
     typeAndReturn(QStringLiteral("Make the text larger"));
@@ -215,7 +216,7 @@ TEST_F(ChatViewWidgetTest, ReturnSendsTheRequestWhichIsQueuedThenBuiltThenDownlo
     EXPECT_GE(counter->since(), planningSince);
 
     finishJobs();
-    ASSERT_TRUE(spinUntil([&] { return button(QStringLiteral("Download app (.dmg)")) != nullptr; }));
+    ASSERT_TRUE(waitFor(QStringLiteral("Download app (.dmg)")));
     EXPECT_TRUE(button(QStringLiteral(".zip instead")));
     const Job ready = *widget->chatView()->latest();
     EXPECT_EQ(widget->statusArea()->download()->header()->nameLabel()->text(),
@@ -236,10 +237,10 @@ TEST_F(ChatViewWidgetTest, ReturnSendsTheRequestWhichIsQueuedThenBuiltThenDownlo
     EXPECT_EQ(textDescribed(widget.get(), QStringLiteral("Saved location")),
               QStringLiteral("Saved to ") + QFileInfo(saved).absolutePath());
     EXPECT_EQ(dmg->text(), QStringLiteral("Download app (.dmg)"));
-    ASSERT_TRUE(button(QStringLiteral("Open .dmg")));
+    ASSERT_TRUE(waitFor(QStringLiteral("Open .dmg")));
     QTest::mouseClick(button(QStringLiteral("Open .dmg")), Qt::LeftButton);
     EXPECT_EQ(desktop.openedFiles(), QStringList{saved});
-    ASSERT_TRUE(button(QStringLiteral("Show in Finder")));
+    ASSERT_TRUE(waitFor(QStringLiteral("Show in Finder")));
     QTest::mouseClick(button(QStringLiteral("Show in Finder")), Qt::LeftButton);
     EXPECT_EQ(desktop.revealed, QStringList{saved});
 
@@ -247,7 +248,7 @@ TEST_F(ChatViewWidgetTest, ReturnSendsTheRequestWhichIsQueuedThenBuiltThenDownlo
     typeAndReturn(QStringLiteral("Use a serif font"));
     ASSERT_TRUE(spinUntil([&] { return status().startsWith(QStringLiteral("Queued")); }));
     finishJobs();
-    ASSERT_TRUE(spinUntil([&] { return button(QStringLiteral("Download app (.dmg)")) != nullptr; }));
+    ASSERT_TRUE(waitFor(QStringLiteral("Download app (.dmg)")));
     EXPECT_EQ(labelDescribed(widget.get(), QStringLiteral("Saved location")), nullptr);
     EXPECT_EQ(button(QStringLiteral("Open .dmg")), nullptr);
 }
@@ -304,8 +305,8 @@ TEST_F(ChatViewWidgetTest, SourceJobIsBuiltOnThisMachineThroughEveryPhaseToTheSa
         QStringLiteral("Apps are ad-hoc signed, not notarized. If macOS blocks the first launch, use System "
                        "Settings \u2192 Privacy & Security \u2192 Open Anyway."));
     EXPECT_FALSE(widget->statusArea()->local()->logBox()->isVisibleTo(widget.get()));
-    ASSERT_TRUE(button(QStringLiteral("Open app"))) << buttonsShown().toStdString();
-    ASSERT_TRUE(button(QStringLiteral("Show in Finder")));
+    ASSERT_TRUE(waitFor(QStringLiteral("Open app"))) << buttonsShown().toStdString();
+    ASSERT_TRUE(waitFor(QStringLiteral("Show in Finder")));
     QTest::mouseClick(button(QStringLiteral("Open app")), Qt::LeftButton);
     EXPECT_EQ(desktop.openedFiles(), QStringList{app});
     QTest::mouseClick(button(QStringLiteral("Show in Finder")), Qt::LeftButton);
@@ -337,7 +338,7 @@ TEST_F(ChatViewWidgetTest, SourceThatNeverCompilesEndsWithTheErrorAndLogAndTryAg
     EXPECT_TRUE(log->isReadOnly());
     EXPECT_TRUE(log->textInteractionFlags() & Qt::TextSelectableByMouse);
     EXPECT_TRUE(QFontInfo(log->font()).fixedPitch()) << log->font().family().toStdString();
-    ASSERT_TRUE(button(QStringLiteral("Try again")));
+    ASSERT_TRUE(waitFor(QStringLiteral("Try again")));
     EXPECT_TRUE(
         localTexts.contains(QStringLiteral("Compile errors found. Asking the cloud to fix them\u2026")))
         << localTexts.join(QLatin1Char('|')).toStdString();
@@ -355,7 +356,7 @@ TEST_F(ChatViewWidgetTest, SourceThatNeverCompilesEndsWithTheErrorAndLogAndTryAg
     EXPECT_TRUE(localTexts.contains(QStringLiteral("Compiling on this Mac\u2026 (fix 3 of 3)")))
         << localTexts.join(QLatin1Char('|')).toStdString();
     EXPECT_EQ(widget->chatView()->latest()->id, job) << "the same job, built again";
-    EXPECT_TRUE(button(QStringLiteral("Try again")));
+    EXPECT_TRUE(waitFor(QStringLiteral("Try again")));
 }
 
 TEST_F(ChatViewWidgetTest, FailedSendShowsTheErrorAndKeepsTheTextUntilTheNextSendClearsIt)
@@ -363,7 +364,7 @@ TEST_F(ChatViewWidgetTest, FailedSendShowsTheErrorAndKeepsTheTextUntilTheNextSen
     const Project project = create(QStringLiteral("a notes app with tags"), false);
     finishJobs();
     open(project);
-    ASSERT_TRUE(spinUntil([&] { return button(QStringLiteral("Download app (.dmg)")) != nullptr; }));
+    ASSERT_TRUE(waitFor(QStringLiteral("Download app (.dmg)")));
     controlCall(QStringLiteral("control/faults"),
                 {{QStringLiteral("path"), QStringLiteral("api/projects/*/messages")},
                  {QStringLiteral("method"), QStringLiteral("POST")},
@@ -424,7 +425,7 @@ TEST_F(ChatViewWidgetTest, TabRunsFromTheListThroughTheButtonsToTheComposer)
     const Project project = create(QStringLiteral("a notes app with tags"), false);
     finishJobs();
     open(project);
-    ASSERT_TRUE(spinUntil([&] { return button(QStringLiteral("Download app (.dmg)")) != nullptr; }));
+    ASSERT_TRUE(waitFor(QStringLiteral("Download app (.dmg)")));
     widget->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(widget.get()));
     widget->list()->setFocus(Qt::TabFocusReason);
@@ -450,7 +451,7 @@ TEST_F(ChatViewWidgetTest, EveryButtonAndTheComposerCarryTheNamesTheyAreReadBy)
     const Project project = create(QStringLiteral("a notes app with tags"), false);
     finishJobs();
     open(project);
-    ASSERT_TRUE(spinUntil([&] { return button(QStringLiteral("Download app (.dmg)")) != nullptr; }));
+    ASSERT_TRUE(waitFor(QStringLiteral("Download app (.dmg)")));
     for (QAbstractButton* each : widget->findChildren<QAbstractButton*>()) {
         if (!each->isVisibleTo(widget.get()))
             continue;

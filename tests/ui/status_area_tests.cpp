@@ -158,7 +158,7 @@ TEST_F(StatusAreaTest, FailedDownloadShowsItsErrorInTheErrorLineAndTheButtonCome
     ready.insert(QStringLiteral("dmgUrl"), url(QStringLiteral("files/gone.dmg")));
     jobs = {ready};
     open();
-    QPushButton* dmg = buttonNamed(widget.get(), QStringLiteral("Download app (.dmg)"));
+    QPushButton* dmg = waitForButton(widget.get(), QStringLiteral("Download app (.dmg)"));
     ASSERT_NE(dmg, nullptr);
     QTest::mouseClick(dmg, Qt::LeftButton);
     ASSERT_TRUE(spinUntil([&] { return widget->errorLine()->isVisibleTo(widget.get()); }));
@@ -176,8 +176,9 @@ TEST_F(StatusAreaTest, RefreshWithoutChangeRedrawsNothingAndKeepsTheSameButtons)
     ready.insert(QStringLiteral("dmgUrl"), url(QStringLiteral("files/app.dmg")));
     jobs = {ready};
     open();
+    QPushButton* dmg = waitForButton(widget.get(), QStringLiteral("Download app (.dmg)"));
+    ASSERT_NE(dmg, nullptr);
     const int redraws = area().redraws();
-    QPushButton* dmg = buttonNamed(widget.get(), QStringLiteral("Download app (.dmg)"));
     refresh();
     refresh();
     EXPECT_EQ(area().redraws(), redraws);

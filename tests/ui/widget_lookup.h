@@ -3,20 +3,32 @@
 // Finding a screen's pieces the way a person (or a screen reader) does: a button by the name it is
 // read by, a changing text by the description it carries.
 
+#include "task_runner.h"
+
 #include <QLabel>
 #include <QPushButton>
 #include <QWidget>
 
 namespace brightloom::test {
 
-// The button read as `name` that is shown within `root`, or null.
+// The button read as `name` that is shown within `root` and laid out (a person can only click what
+// has a size), or null.
 inline QPushButton* buttonNamed(const QWidget* root, const QString& name)
 {
     for (QPushButton* button : root->findChildren<QPushButton*>()) {
-        if (button->accessibleName() == name && button->isVisibleTo(root->window()))
+        if (button->accessibleName() == name && button->isVisibleTo(root->window()) &&
+            !button->size().isEmpty())
             return button;
     }
     return nullptr;
+}
+
+// The button read as `name` once it is shown and laid out, or null when it does not come.
+inline QPushButton* waitForButton(const QWidget* root, const QString& name)
+{
+    QPushButton* found = nullptr;
+    spinUntil([&] { return (found = buttonNamed(root, name)) != nullptr; });
+    return found;
 }
 
 // The text shown within `root` that carries `description`, or null.
