@@ -138,16 +138,23 @@ void ChatView::startPolling()
     if (m_polling)
         return;
     m_polling = true;
-    poll();
+    poll(++m_pollRun);
 }
 
-// Ends at the first step after the screen is gone; a wait in progress then runs out first.
-QCoro::Task<> ChatView::poll()
+void ChatView::stopPolling()
+{
+    m_polling = false;
+}
+
+// Ends at the first step after the screen is gone or polling stopped; a wait in progress then runs
+// out first. A loop whose run was stopped and started again ends too: the new start has its own.
+QCoro::Task<> ChatView::poll(int run)
 {
     QPointer<ChatView> self(this);
-    while (self) {
+    const auto current = [&] { return self && m_polling && m_pollRun == run; };
+    while (current()) {
         co_await refresh();
-        if (!self)
+        if (!current())
             co_return;
         const std::optional<Job> newest = latest();
         if (!m_loaded || (newest && isActive(*newest))) {
@@ -156,7 +163,7 @@ QCoro::Task<> ChatView::poll()
         }
         const auto extra = m_intervals.becameActive;
         co_await QCoro::sleepFor(m_intervals.idle);
-        if (!self)
+        if (!current())
             co_return;
         const std::optional<Job> now = latest();
         if (now && isActive(*now))
@@ -164,16 +171,20 @@ QCoro::Task<> ChatView::poll()
     }
 }
 
+bool ChatView::canSend() const
+{
+    if (m_prompt.trimmed().isEmpty())
+        return false;
+    const std::optional<Job> newest = latest();
+    return !newest || !isActive(*newest);
+}
+
 void ChatView::send()
 {
-    const QString text = m_prompt.trimmed();
-    if (text.isEmpty())
-        return;
-    const std::optional<Job> newest = latest();
-    if (newest && isActive(*newest))
+    if (!canSend())
         return;
     setError(std::nullopt);
-    sendText(text);
+    sendText(m_prompt.trimmed());
 }
 
 QCoro::Task<> ChatView::sendText(QString text)

@@ -82,11 +82,17 @@ public:
 
     // Asks the service for the project once; a failure changes nothing.
     QCoro::Task<> refresh();
-    // Refreshes for as long as this screen lives.
+    // Refreshes until the screen is gone or stopPolling() is called; starting again after a stop
+    // runs one loop, never two.
     void startPolling();
+    // Ends the polling loop at its next step (a hidden screen asks nothing of the service).
+    void stopPolling();
+    bool polling() const { return m_polling; }
     void setPollIntervals(PollIntervals intervals) { m_intervals = intervals; }
     // Sends the composer's text unless it is blank or a job is still running.
     void send();
+    // Whether send() would send now; changes with promptChanged and jobsChanged.
+    bool canSend() const;
     // Does what a button of the status area stands for.
     void trigger(const ChatButton& button);
 
@@ -108,7 +114,7 @@ Q_SIGNALS:
     void sent(bool ok);
 
 private:
-    QCoro::Task<> poll();
+    QCoro::Task<> poll(int run);
     QCoro::Task<> sendText(QString text);
     // The disk image, or else the app archive, of `job`.
     QCoro::Task<> download(Job job, bool diskImage);
@@ -132,6 +138,7 @@ private:
     QHash<QString, QDateTime> m_stageSince;
     PollIntervals m_intervals;
     bool m_polling = false;
+    int m_pollRun = 0; // which start the running loop belongs to
 };
 
 } // namespace brightloom

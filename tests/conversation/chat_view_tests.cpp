@@ -617,3 +617,53 @@ TEST_F(ChatViewTest, LocalAreaBeforeAnyLocalStateSaysTheCodeIsDownloading)
     EXPECT_TRUE(waiting.spinner);
     EXPECT_EQ(waiting.text, QStringLiteral("Downloading the code\u2026"));
 }
+
+TEST_F(ChatViewTest, StoppedPollingAsksNothingMoreAndStartingAgainRunsOneLoop)
+{
+    jobs = QJsonArray{job(QStringLiteral("j1"), QStringLiteral("ready"))};
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    view.setPollIntervals(
+        {std::chrono::milliseconds(20), std::chrono::milliseconds(20), std::chrono::milliseconds(20)});
+    view.startPolling();
+    ASSERT_TRUE(spinUntil([&] { return detailRequests() >= 2; }, std::chrono::seconds(5)));
+    view.stopPolling();
+    EXPECT_FALSE(view.polling());
+    const int stopped = detailRequests();
+    spinUntil([] { return false; }, std::chrono::milliseconds(150));
+    EXPECT_LE(detailRequests(), stopped + 1) << "at most the refresh already under way";
+
+    // Stopped and started again within one wait: the old loop ends, so requests come at one pace.
+    view.setPollIntervals(
+        {std::chrono::milliseconds(100), std::chrono::milliseconds(100), std::chrono::milliseconds(100)});
+    view.startPolling();
+    view.stopPolling();
+    view.startPolling();
+    ASSERT_TRUE(view.polling());
+    const int restarted = detailRequests();
+    spinUntil([] { return false; }, std::chrono::milliseconds(450));
+    const int made = detailRequests() - restarted;
+    EXPECT_GE(made, 2);
+    EXPECT_LE(made, 7) << "two loops would ask about twice as often (about ten times)";
+}
+
+TEST_F(ChatViewTest, CanSendOnlyWithTextAndWhileNoJobRuns)
+{
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    EXPECT_FALSE(view.canSend()) << "blank";
+    view.setPrompt(QStringLiteral(" \n "));
+    EXPECT_FALSE(view.canSend()) << "white space only";
+    view.setPrompt(QStringLiteral("Make it blue"));
+    EXPECT_TRUE(view.canSend()) << "no job yet";
+    for (const char* status : {"queued", "building"}) {
+        jobs = QJsonArray{job(QStringLiteral("j1"), QString::fromLatin1(status))};
+        refresh(view);
+        EXPECT_FALSE(view.canSend()) << status;
+    }
+    jobs = QJsonArray{job(QStringLiteral("j1"), QStringLiteral("failed"))};
+    refresh(view);
+    EXPECT_TRUE(view.canSend());
+}

@@ -17,6 +17,7 @@
 #include "ui/shared/symbols.h"
 #include "ui/shared/unsafe_banner.h"
 
+#include <QAccessible>
 #include <QBuffer>
 #include <QLabel>
 #include <QPushButton>
@@ -196,4 +197,13 @@ TEST(ZipButtonStyleTest, ProminentButtonIsFilledWithTheAccentAndLabelledInBlack)
     for (int x = 0; x < picture.width() && !blackText; ++x)
         blackText = picture.pixelColor(x, 16).lightness() < 40;
     EXPECT_TRUE(blackText);
+}
+
+TEST(LinkButtonTest, AmpersandIsReadAsACharacterAndMakesNoShortcut)
+{
+    LinkButton button(QStringLiteral("Open Privacy & Security settings"));
+    EXPECT_TRUE(button.shortcut().isEmpty());
+    QAccessibleInterface* face = QAccessible::queryAccessibleInterface(&button);
+    ASSERT_NE(face, nullptr);
+    EXPECT_EQ(face->text(QAccessible::Name), QStringLiteral("Open Privacy & Security settings"));
 }

@@ -1,11 +1,14 @@
 #pragma once
 
-// Finding a window's controls the way a person using a screen reader meets them: by the name read
-// out, or, for labels with changing text, by their description.
+// Finding a window's controls the way a person using a screen reader meets them: a button by the
+// name read out, a label with changing text by its description.
+
+#include "task_runner.h"
 
 #include <QAbstractButton>
 #include <QAccessible>
 #include <QLabel>
+#include <QPushButton>
 #include <QWidget>
 
 namespace brightloom::test {
@@ -16,17 +19,8 @@ inline QString accessibleName(QWidget* widget)
     return face ? face->text(QAccessible::Name) : QString();
 }
 
-// The visible button read out as `name` under `root`, or null.
-inline QAbstractButton* buttonNamed(QWidget* root, const QString& name)
-{
-    for (QAbstractButton* button : root->findChildren<QAbstractButton*>()) {
-        if (button->isVisibleTo(root) && accessibleName(button) == name)
-            return button;
-    }
-    return nullptr;
-}
-
-inline QList<QAbstractButton*> buttonsNamed(QWidget* root, const QString& name)
+// The visible buttons read out as `name` under `root`.
+inline QList<QAbstractButton*> buttonsNamed(const QWidget* root, const QString& name)
 {
     QList<QAbstractButton*> found;
     for (QAbstractButton* button : root->findChildren<QAbstractButton*>()) {
@@ -36,14 +30,44 @@ inline QList<QAbstractButton*> buttonsNamed(QWidget* root, const QString& name)
     return found;
 }
 
+// The visible button read out as `name` under `root`, or null.
+inline QAbstractButton* buttonNamed(const QWidget* root, const QString& name)
+{
+    const QList<QAbstractButton*> found = buttonsNamed(root, name);
+    return found.isEmpty() ? nullptr : found.front();
+}
+
+// The button read out as `name` once it is shown and laid out (a person can only click what has a
+// size), or null when it does not come.
+inline QAbstractButton* waitForButton(const QWidget* root, const QString& name)
+{
+    QAbstractButton* found = nullptr;
+    spinUntil([&] {
+        found = nullptr;
+        for (QAbstractButton* button : buttonsNamed(root, name)) {
+            if (button->isVisibleTo(root->window()) && !button->size().isEmpty())
+                found = button;
+        }
+        return found != nullptr;
+    });
+    return found;
+}
+
 // The visible label described as `description` under `root`, or null.
-inline QLabel* labelDescribed(QWidget* root, const QString& description)
+inline QLabel* labelDescribed(const QWidget* root, const QString& description)
 {
     for (QLabel* label : root->findChildren<QLabel*>()) {
         if (label->isVisibleTo(root) && label->accessibleDescription() == description)
             return label;
     }
     return nullptr;
+}
+
+// The text of the label described as `description`, or "" when there is none on the screen.
+inline QString textDescribed(const QWidget* root, const QString& description)
+{
+    const QLabel* label = labelDescribed(root, description);
+    return label ? label->text() : QString();
 }
 
 } // namespace brightloom::test

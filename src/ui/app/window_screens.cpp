@@ -1,9 +1,8 @@
 #include "window_screens.h"
 
+#include "ui/conversation/chat_view_widget.h"
 #include "ui/conversation/new_project_view_widget.h"
 #include "ui/library/library_view_widget.h"
-
-#include <QLabel>
 
 namespace brightloom::ui {
 
@@ -16,8 +15,9 @@ Screens windowScreens(API& api, LocalBuilds& local, IconLoader& icons, Desktop& 
     screens.library = [&api, &icons, &desktop](Screens::Open open) -> QWidget* {
         return new LibraryViewWidget(api, icons, desktop, std::move(open));
     };
-    screens.conversation = [](const Project& project) {
-        return Screens::Conversation{new QLabel(project.name), nullptr};
+    screens.conversation = [&api, &local, &icons, &desktop](const Project& project) {
+        auto* chat = new ChatViewWidget(api, local, icons, desktop, project);
+        return Screens::Conversation{chat, chat->chatView()};
     };
     return screens;
 }

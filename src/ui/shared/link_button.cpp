@@ -11,6 +11,10 @@ LinkButton::LinkButton(const QString& text, QWidget* parent) : QPushButton(text,
     setFlat(true);
     setCursor(Qt::PointingHandCursor);
     setFocusPolicy(Qt::StrongFocus);
+    // The text is drawn as it is, so an "&" in it ("Privacy & Security") is a character, not the
+    // mark of a keyboard shortcut: no shortcut, and screen readers read the whole text.
+    setShortcut(QKeySequence());
+    setAccessibleName(text);
 }
 
 QSize LinkButton::sizeHint() const
