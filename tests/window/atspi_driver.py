@@ -83,6 +83,18 @@ def press(accessible):
     action.doAction(0)
 
 
+def click(accessible):
+    """Clicks the middle of an element with the pointer, as a person would."""
+    x, y, width, height = accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+    subprocess.run(["xdotool", "mousemove", "--sync", str(x + width // 2), str(y + height // 2), "click", "1"],
+                   check=True)
+
+
+def choose(item):
+    """Chooses a list item with a click."""
+    click(item)
+
+
 def type_into(accessible, text):
     accessible.queryEditableText().setTextContents(text)
 
@@ -100,8 +112,27 @@ def key(window_id, keys):
 
 def window_id(name, timeout=20.0):
     def probe():
-        result = subprocess.run(["xdotool", "search", "--name", "^" + name + "$"], capture_output=True, text=True)
+        result = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^" + name + "$"],
+                                capture_output=True, text=True)
         ids = result.stdout.split()
         return ids[-1] if ids else None
 
     return wait_for("the window " + name, probe, timeout)
+
+
+def describe(app):
+    """The showing lists and their items, for a failure message."""
+    lines = []
+
+    def walk(accessible, depth):
+        try:
+            if accessible.getRole() in (pyatspi.ROLE_LIST, pyatspi.ROLE_LIST_ITEM, pyatspi.ROLE_TABLE) and \
+                    _showing(accessible):
+                lines.append("  " * depth + accessible.getRoleName() + " " + repr(accessible.name))
+            for index in range(accessible.childCount):
+                walk(accessible.getChildAtIndex(index), depth + 1)
+        except Exception:
+            pass
+
+    walk(app, 0)
+    return "\n".join(lines)

@@ -94,6 +94,44 @@ class WindowTest(unittest.TestCase):
         ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Sign in")
         ui.gone(app, pyatspi.ROLE_LIST_ITEM, name="My apps")
 
+    def test_the_road_from_a_description_to_a_downloaded_app_in_my_apps(self):
+        self.start_window()
+        app = ui.application("Brightloom")
+        self.sign_in_with_password(app)
+        ui.choose(ui.find(app, pyatspi.ROLE_LIST_ITEM, name="New app"))
+        request = ui.find(app, pyatspi.ROLE_TEXT, name="Describe the Mac app you want\u2026")
+        ui.type_into(request, "a notes app with tags and a dark mode")
+        request.queryComponent().grabFocus()
+        ui.key(ui.window_id("Brightloom"), "Return")
+        # The conversation opens on the new project and shows the queued job with its counter.
+        queued = ui.find(app, pyatspi.ROLE_LABEL, starts_with="Queued \u2014 waiting for the build machine\u2026")
+        self.assertTrue(queued.name)
+        # The build machine moves one step a call; the window polls and follows.
+        download = None
+        for _ in range(8):
+            self.service.step()
+            try:
+                download = ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Download app (.dmg)", timeout=4)
+                break
+            except ui.Timeout:
+                continue
+        self.assertIsNotNone(download, "the ready build offers its disk image")
+        ui.press(download)
+        saved = ui.find(app, pyatspi.ROLE_LABEL, starts_with="Saved to ", timeout=30)
+        folder = saved.name[len("Saved to "):]
+        self.assertTrue(os.path.isdir(folder), folder)
+        self.assertTrue(any(name.endswith(".dmg") for name in os.listdir(folder)), os.listdir(folder))
+        ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Open .dmg")
+        ui.choose(ui.find(app, pyatspi.ROLE_LIST_ITEM, name="My apps"))
+        try:
+            ui.wait_for("the app's row in My apps", lambda: pyatspi.findDescendant(
+                app, lambda a: a is not None and a.getRole() == pyatspi.ROLE_LIST_ITEM and a.name == "Notes"
+                and a.parent is not None and a.parent.name == "My apps"))
+        except ui.Timeout:
+            self.fail("no row for the app in My apps:\n" + ui.describe(app))
+        ui.press(ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Sign out"))
+        ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Sign in")
+
     def test_wrong_password_shows_the_services_message(self):
         self.start_window()
         app = ui.application("Brightloom")
