@@ -4,11 +4,13 @@
 #include "app/auth_view.h"
 #include "app/main_view.h"
 #include "app/worker_status_banner.h"
+#include "conversation/chat_view.h"
 #include "scene.h"
 #include "service/api.h"
 #include "ui/app/auth_view_widget.h"
 #include "ui/app/main_view_widget.h"
 #include "ui/app/worker_status_banner_widget.h"
+#include "ui/conversation/chat_view_widget.h"
 
 #include <QLineEdit>
 
@@ -42,8 +44,20 @@ QCoro::Task<QWidget*> mainScreen(SceneContext& context)
 {
     co_await context.api.loadProjects();
     auto* screen = new ui::MainViewWidget(context.api, context.local, context.screens, nullptr);
-    if (!context.api.projects().isEmpty())
-        screen->model().select(context.api.projects().front().id);
+    // The newest project that has a conversation to show.
+    for (const Project& project : context.api.projects()) {
+        const ProjectDetail detail = co_await context.api.detail(project.id);
+        if (!detail.messages.isEmpty()) {
+            screen->model().select(project.id);
+            break;
+        }
+    }
+    screen->resize(1100, 700);
+    screen->show();
+    co_await waitUntil([screen] {
+        auto* chat = qobject_cast<ui::ChatViewWidget*>(screen->detail());
+        return !chat || chat->chatView()->loaded();
+    });
     co_return screen;
 }
 
