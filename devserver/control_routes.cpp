@@ -121,6 +121,8 @@ QHttpServerResponse addFault(DevServer& server, const Request& request)
         throw HttpError{StatusCode::BadRequest, QStringLiteral("Field \"status\" must be an HTTP status")};
     fault.delayMs = intField(body, QStringLiteral("delayMs"), 0, 0, 600000);
     fault.truncate = boolField(body, QStringLiteral("truncate"), false);
+    fault.reset = boolField(body, QStringLiteral("reset"), false);
+    fault.bodySize = intField(body, QStringLiteral("bodySize"), 0, 0, 1 << 30);
     if (body.value(QStringLiteral("json")).isObject()) {
         fault.body =
             QJsonDocument(body.value(QStringLiteral("json")).toObject()).toJson(QJsonDocument::Compact);
@@ -136,9 +138,9 @@ QHttpServerResponse addFault(DevServer& server, const Request& request)
         fault.body = QByteArrayLiteral(R"({"message":"Injected failure"})");
         fault.contentType = QByteArrayLiteral("application/json");
     }
-    if (fault.status == 0 && fault.delayMs == 0 && !fault.truncate)
+    if (fault.status == 0 && fault.delayMs == 0 && !fault.truncate && !fault.reset && fault.bodySize == 0)
         throw HttpError{StatusCode::BadRequest,
-                        QStringLiteral("A fault needs a status, a delayMs or truncate")};
+                        QStringLiteral("A fault needs a status, a delayMs, truncate, reset or a bodySize")};
     server.faults().add(fault);
     QJsonObject reply;
     reply.insert(QStringLiteral("pending"), server.faults().pending());

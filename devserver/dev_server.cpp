@@ -139,10 +139,20 @@ void DevServer::dispatch(const QHttpServerRequest& request, QHttpServerResponder
     // The path only: queries and headers may carry tokens, and bodies carry passwords.
     const QByteArray logged = method + ' ' + request.url().path(QUrl::FullyEncoded).toUtf8();
 
+    if (fault && fault->bodySize > 0) {
+        const int status = fault->status != 0 ? fault->status : 200;
+        logLine(logged + ' ' + QByteArray::number(status) + " (injected, " +
+                QByteArray::number(fault->bodySize) + " bytes)");
+        streamGenerated(StatusCode(status), fault->contentType, fault->bodySize, std::move(responder),
+                        fault->delayMs);
+        return;
+    }
     if (fault && fault->status != 0) {
         QHttpServerResponse response(fault->contentType, fault->body, StatusCode(fault->status));
         logLine(logged + ' ' + QByteArray::number(fault->status) + " (injected)");
-        if (fault->truncate)
+        if (fault->reset)
+            writeReset(response, std::move(responder));
+        else if (fault->truncate)
             writeTruncated(response, std::move(responder));
         else
             writeLater(std::move(response), std::move(responder), fault->delayMs);
@@ -158,7 +168,9 @@ void DevServer::dispatch(const QHttpServerRequest& request, QHttpServerResponder
     }
     logLine(logged + ' ' + QByteArray::number(int(reply.response->statusCode())) +
             (fault ? " (injected)" : ""));
-    if (truncate)
+    if (fault && fault->reset)
+        writeReset(*reply.response, std::move(responder));
+    else if (truncate)
         writeTruncated(*reply.response, std::move(responder));
     else
         writeLater(std::move(*reply.response), std::move(responder), delayMs);

@@ -7,6 +7,7 @@
 #include <QTcpSocket>
 #include <QTimer>
 #include <memory>
+#include <sys/socket.h>
 
 namespace brightloom::devserver {
 
@@ -64,6 +65,49 @@ private:
     QTcpSocket* m_socket;
 };
 
+// Pumps `size` bytes of filler into the socket as the socket drains, so a huge reply costs the server
+// no memory.
+class GeneratedStream final : public QObject
+{
+public:
+    GeneratedStream(qint64 size, QHttpServerResponder&& responder)
+        : QObject(responder.socket()), m_size(size), m_responder(std::move(responder)),
+          m_socket(m_responder.socket()), m_chunk(chunkSize, 'x')
+    {}
+
+    QTcpSocket* socket() const { return m_socket; }
+
+    void start(QHttpServerResponse::StatusCode status, const QByteArray& contentType)
+    {
+        m_responder.writeStatusLine(status);
+        m_responder.writeHeader(QByteArrayLiteral("Content-Type"), contentType);
+        m_responder.writeHeader(QByteArrayLiteral("Content-Length"), QByteArray::number(m_size));
+        m_responder.writeBody("", 0); // ends the headers
+        connect(m_socket, &QIODevice::bytesWritten, this, &GeneratedStream::pump);
+        pump();
+    }
+
+private:
+    void pump()
+    {
+        while (m_sent < m_size && m_socket->bytesToWrite() < socketBacklog) {
+            const qint64 piece = qMin(chunkSize, m_size - m_sent);
+            m_socket->write(m_chunk.constData(), piece);
+            m_sent += piece;
+        }
+        if (m_sent < m_size)
+            return;
+        disconnect(m_socket, &QIODevice::bytesWritten, this, &GeneratedStream::pump);
+        deleteLater();
+    }
+
+    qint64 m_size;
+    qint64 m_sent = 0;
+    QHttpServerResponder m_responder;
+    QTcpSocket* m_socket;
+    QByteArray m_chunk;
+};
+
 template <typename Work> void afterDelay(QTcpSocket* socket, int delayMs, Work work)
 {
     if (delayMs <= 0) {
@@ -94,6 +138,33 @@ void writeTruncated(const QHttpServerResponse& response, QHttpServerResponder&& 
     responder.writeHeader(QByteArrayLiteral("Content-Length"), QByteArray::number(body.size()));
     responder.writeBody(body.left(body.size() / 2));
     responder.socket()->disconnectFromHost();
+}
+
+void writeReset(const QHttpServerResponse& response, QHttpServerResponder&& responder)
+{
+    const QByteArray body = response.data();
+    QTcpSocket* socket = responder.socket();
+    responder.writeStatusLine(response.statusCode());
+    responder.writeHeader(QByteArrayLiteral("Content-Type"), response.mimeType());
+    responder.writeHeader(QByteArrayLiteral("Content-Length"), QByteArray::number(body.size()));
+    responder.writeBody(body.left(body.size() / 2));
+    socket->flush();
+    // A zero linger time makes closing send a reset instead of an orderly end.
+    const linger abrupt{1, 0};
+    ::setsockopt(int(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &abrupt, sizeof(abrupt));
+    socket->abort();
+}
+
+void streamGenerated(QHttpServerResponse::StatusCode status, const QByteArray& contentType, qint64 size,
+                     QHttpServerResponder&& responder, int delayMs)
+{
+    auto* stream = new GeneratedStream(size, std::move(responder));
+    QPointer<GeneratedStream> guard(stream);
+    const QByteArray type = contentType.isEmpty() ? QByteArrayLiteral("application/json") : contentType;
+    afterDelay(stream->socket(), delayMs, [guard, status, type] {
+        if (guard)
+            guard->start(status, type);
+    });
 }
 
 void streamFile(const FileReply& reply, QHttpServerResponder&& responder, bool truncate, int delayMs)

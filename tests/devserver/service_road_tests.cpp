@@ -289,6 +289,43 @@ TEST_F(DevServerServicesTest, TruncatedReplyFailsTheCommand)
     EXPECT_EQ(cli({QStringLiteral("show"), id}).exitCode, 0);
 }
 
+TEST_F(DevServerServicesTest, ResetConnectionFailsTheCommandAsATransportFailure)
+{
+    const QString id = newProject(QStringLiteral("a notes app"));
+    QJsonObject body = fault(QStringLiteral("api/projects/") + id);
+    body.insert(QStringLiteral("reset"), true);
+    injectFault(body);
+    const ProcessResult result = cli({QStringLiteral("show"), id});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(errorLine(result).startsWith(QStringLiteral("Could not reach the service: ")))
+        << errorLine(result).toStdString();
+    EXPECT_EQ(cli({QStringLiteral("show"), id}).exitCode, 0);
+}
+
+TEST_F(DevServerServicesTest, GeneratedBodyOfTheGivenSizeArrivesWhole)
+{
+    QJsonObject body = fault(QStringLiteral("api/worker-status"));
+    body.insert(QStringLiteral("bodySize"), 5 * 1024 * 1024);
+    injectFault(body);
+    Client client(*server);
+    const Reply reply = client.get(QStringLiteral("api/worker-status"));
+    EXPECT_EQ(reply.status, 200);
+    EXPECT_EQ(reply.body.size(), 5 * 1024 * 1024);
+    EXPECT_EQ(reply.body.count('x'), 5 * 1024 * 1024);
+    // The next reply is the real one again.
+    EXPECT_EQ(client.get(QStringLiteral("api/worker-status")).status, 200);
+    EXPECT_TRUE(client.get(QStringLiteral("api/worker-status")).json().contains(QStringLiteral("online")));
+}
+
+TEST_F(DevServerServicesTest, FaultWithoutAnyEffectIsRefused)
+{
+    const Reply reply =
+        controller->postJson(QStringLiteral("control/faults"), fault(QStringLiteral("api/gallery")));
+    EXPECT_EQ(reply.status, 400);
+    EXPECT_EQ(reply.message(),
+              QStringLiteral("A fault needs a status, a delayMs, truncate, reset or a bodySize"));
+}
+
 TEST_F(DevServerServicesTest, TruncatedDiskImageLeavesNothingInDownloads)
 {
     const QString id = readyProject();
