@@ -2,10 +2,10 @@
 
 #include "source_fetch.h"
 
+#include "archive/zip_extraction.h"
 #include "service/api.h"
 #include "service/api_error.h"
 #include "service/file_download.h"
-#include "zip_extraction.h"
 
 #include <QDir>
 #include <QFile>

@@ -3,8 +3,8 @@
 #include "api.h"
 #include "api_error.h"
 #include "app/paths.h"
+#include "archive/zip_extraction.h"
 #include "file_download.h"
-#include "localbuild/zip_extraction.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "localbuild/zip_extraction.h"
+#include "archive/zip_extraction.h"
 #include "task_runner.h"
 #include "zip_maker.h"
 
