@@ -1,4 +1,5 @@
 #include "app/desktop.h"
+#include "raw_zip.h"
 #include "recording_server.h"
 #include "service/api.h"
 #include "service/dmg_downloads.h"
@@ -215,6 +216,29 @@ TEST_F(DownloadTest, ArchiveReachingOutsideItsFolderIsRefusedAndWritesNothingOut
                   QStringLiteral("Could not unpack the downloaded app"));
     }
     EXPECT_TRUE(filesUnder(sentinel).isEmpty()) << filesUnder(sentinel).join(QLatin1Char(' ')).toStdString();
+}
+
+TEST_F(DownloadTest, AppArchiveClaimingGigabytesItDoesNotHoldLeavesNothingBehind)
+{
+    // 10 bytes that claim 2.5 GiB, then 1 GiB: neither may become a sparse file in Downloads.
+    for (const quint32 claim : {0xA0000000u, 1u << 30}) {
+        server.on(QStringLiteral("GET /files/claims.zip"),
+                  ScriptedReply::archive(RawZip()
+                                             .stored("Notes.app/Contents/Info.plist", "<plist/>")
+                                             .deflated("Notes.app/Contents/MacOS/Notes", "0123456789", claim)
+                                             .bytes()));
+        API api;
+        EXPECT_EQ(run(api.downloadApp(url("files/claims.zip"))).errorText(),
+                  QStringLiteral("Could not unpack the downloaded app"));
+    }
+    QStringList left;
+    QDirIterator it(home.downloadsFolder(), QDir::Files | QDir::Hidden | QDir::System,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        it.next();
+        left.append(it.fileInfo().fileName());
+    }
+    EXPECT_EQ(left, QStringList());
 }
 
 TEST_F(DownloadTest, DmgDownloadsTracksBusySavedAndOpensTheImage)
