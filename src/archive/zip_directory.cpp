@@ -1,5 +1,7 @@
 #include "zip_directory.h"
 
+#include "text/characters.h"
+
 #include <QFile>
 #include <algorithm>
 #include <cstdint>
@@ -124,7 +126,7 @@ DirectoryCheck checkDirectory(const QString& path, std::int64_t maxEntries)
         if ((maker == 3 || maker == 19) && type != 0 && type != 0100000 && type != 0040000 &&
             type != 0120000) {
             check.refusal = QStringLiteral("the entry \"") +
-                            QString::fromUtf8(name.first(std::min<qsizetype>(nameLength, 120))) +
+                            text::firstCharacters(QString::fromUtf8(name), 120) +
                             QStringLiteral("\" is neither a file, a folder nor a link");
             return check;
         }

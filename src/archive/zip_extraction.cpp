@@ -1,5 +1,6 @@
 #include "zip_extraction.h"
 
+#include "text/characters.h"
 #include "zip_directory.h"
 
 #include <QDeadlineTimer>
@@ -40,10 +41,12 @@ bool validUtf8(std::string_view text)
     return QString::fromUtf8(bytes).toUtf8() == bytes;
 }
 
+// A name as messages quote it: its first 120 characters, whole.
 QString named(std::string_view name)
 {
-    QString shown = QString::fromUtf8(name.data(), qsizetype(std::min<std::size_t>(name.size(), 120)));
-    if (name.size() > 120)
+    const QString whole = QString::fromUtf8(name.data(), qsizetype(name.size()));
+    QString shown = text::firstCharacters(whole, 120);
+    if (shown.size() < whole.size())
         shown += QChar(0x2026);
     return QLatin1Char('"') + shown + QLatin1Char('"');
 }

@@ -1,8 +1,8 @@
 #include "app_icon.h"
 
-#include "output_tail.h"
 #include "process_runner.h"
 #include "service/api_error.h"
+#include "text/characters.h"
 #include "tool_paths.h"
 
 #include <QBuffer>
@@ -185,7 +185,8 @@ QCoro::Task<> makeIcns(QString png, QString into, QString scratch, Limits limits
     const Output packed =
         co_await run(toolPath(QStringLiteral("iconutil")), arguments, std::nullopt, limits.packIcon);
     if (packed.code != 0)
-        throw APIError(QStringLiteral("Could not make the app icon: ") + lastCharacters(packed.output, 200));
+        throw APIError(QStringLiteral("Could not make the app icon: ") +
+                       text::lastCharacters(packed.output, 200));
 }
 
 } // namespace brightloom::LocalBuild

@@ -1,9 +1,9 @@
 #include "asset_fetch.h"
 
 #include "asset_set.h"
-#include "output_tail.h"
 #include "rejected.h"
 #include "service/api_error.h"
+#include "text/characters.h"
 #include "tool_paths.h"
 #include "tree_copy.h"
 
@@ -173,7 +173,7 @@ QCoro::Task<> fetchAssets(QString project, OutputObserver log, Limits limits)
                                                 step.timeout, gitEnvironment());
                 if (ran.code != 0)
                     throw APIError(QStringLiteral("Could not download assets from ") + set.repo +
-                                   QStringLiteral(": ") + lastCharacters(ran.output, 200));
+                                   QStringLiteral(": ") + text::lastCharacters(ran.output, 200));
             }
             const QString target = assets + QLatin1Char('/') + assetFolderName(set);
             if (!QDir().mkpath(target))

@@ -3,6 +3,7 @@
 #include "app/user_defaults.h"
 #include "service/api.h"
 #include "service/api_error.h"
+#include "text/characters.h"
 
 #include <QFileInfo>
 #include <QMutex>
@@ -22,15 +23,13 @@ namespace {
 
 constexpr qsizetype logLimit = 4000;
 
-// The newest `limit` characters, never starting inside a surrogate pair.
+// The newest `limit` characters; a text that holds no more code units than that holds no more
+// characters either.
 QString newest(const QString& text, qsizetype limit)
 {
     if (text.size() <= limit)
         return text;
-    QString tail = text.right(limit);
-    if (tail.front().isLowSurrogate())
-        tail.remove(0, 1);
-    return tail;
+    return text::lastCharacters(text, limit);
 }
 
 QString describe(const std::exception_ptr& error)

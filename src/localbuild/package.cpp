@@ -3,10 +3,10 @@
 #include "app_icon.h"
 #include "bundle_info.h"
 #include "frameworks.h"
-#include "output_tail.h"
 #include "process_runner.h"
 #include "service/api.h"
 #include "service/api_error.h"
+#include "text/characters.h"
 #include "tool_paths.h"
 #include "tree_copy.h"
 
@@ -70,7 +70,7 @@ QStringList signArguments(const QString& bundle)
 
 QString savedAppsFolder(const QString& job)
 {
-    const QString jobFolder = job.left(8);
+    const QString jobFolder = text::firstCharacters(job, 8);
     // The id becomes a folder name that is removed and made anew: it must name one folder.
     if (jobFolder.isEmpty() || jobFolder == QLatin1String(".") || jobFolder == QLatin1String("..") ||
         jobFolder.contains(QLatin1Char('/')) || jobFolder.contains(QChar(0)))
@@ -130,7 +130,7 @@ QCoro::Task<QString> package(QString dir, QString job, std::optional<QString> ve
     const Output signature =
         co_await run(toolPath(QStringLiteral("codesign")), signArguments(app), std::nullopt, limits.sign);
     if (signature.code != 0)
-        throw APIError(QStringLiteral("Signing failed: ") + lastCharacters(signature.output, 300));
+        throw APIError(QStringLiteral("Signing failed: ") + text::lastCharacters(signature.output, 300));
 
     const QString destination = savedAppsFolder(job);
     co_await removeInBackground(destination);

@@ -6,6 +6,7 @@
 #include "service/api.h"
 #include "service/api_error.h"
 #include "service/file_download.h"
+#include "text/characters.h"
 
 #include <QDir>
 #include <QFile>
@@ -60,11 +61,6 @@ QString freshFolder(const QString& folder)
 QFuture<QString> startMakingFresh(QString folder)
 {
     return QtConcurrent::run([folder = std::move(folder)] { return freshFolder(folder); });
-}
-
-QString lastCharacters(const QString& text, qsizetype count)
-{
-    return text.size() <= count ? text : text.right(count);
 }
 
 // The vetting of the unpacked tree and its manifest, which reads many files: on the thread pool,
@@ -128,7 +124,7 @@ QCoro::Task<QString> fetchSource(QNetworkAccessManager& network, QString from, Q
     fetched.file.reset();
     if (!unpacked.ok)
         throw APIError(QStringLiteral("Could not unpack the source: ") +
-                       lastCharacters(unpacked.error, quotedTail));
+                       text::lastCharacters(unpacked.error, quotedTail));
 
     const std::exception_ptr refusal = co_await startVetting(folder);
     if (refusal)

@@ -5,6 +5,7 @@
 #include "app/paths.h"
 #include "archive/zip_extraction.h"
 #include "file_download.h"
+#include "text/characters.h"
 
 #include <QDir>
 #include <QFile>
@@ -103,8 +104,9 @@ QCoro::Task<QString> API::downloadApp(QString from, DownloadProgress progress)
     const QUrl url = downloadAddress(from);
     // The status is not examined: an error page simply fails to unpack.
     FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress));
-    const QString folder = serviceDownloadsFolder() + QLatin1Char('/') +
-                           QUuid::createUuid().toString(QUuid::WithoutBraces).left(8).toUpper();
+    const QString folder =
+        serviceDownloadsFolder() + QLatin1Char('/') +
+        text::firstCharacters(QUuid::createUuid().toString(QUuid::WithoutBraces), 8).toUpper();
     makeFolder(folder);
     const QString archive = folder + QStringLiteral("/app.zip");
     if (!co_await startRenaming(fetched.file->fileName(), archive))
