@@ -1,6 +1,7 @@
 #include "process_runner.h"
 
 #include "child_launch.h"
+#include "text/lossy_utf8.h"
 
 #include <QDir>
 #include <QFile>
@@ -101,7 +102,8 @@ QList<QByteArray> childEnvironment(const QMap<QString, QString>& extra)
 
 // Reads the pipe and decodes the stream as it arrives, so the whole output never sits in memory
 // twice. A multi-byte character cut by a chunk's end is kept back for the next read; only at the end
-// of the stream is an unfinished one replaced.
+// of the stream is an unfinished one replaced. Damaged sequences become one U+FFFD each, so decoding
+// chunk by chunk gives the same text as decoding the whole stream at once.
 class StreamText
 {
 public:
@@ -162,10 +164,8 @@ private:
         // Grows by doubling through realloc; the unused end is never touched, so it costs no memory.
         if (m_text.size() < m_used + bytes.size())
             m_text.resize(std::max<qsizetype>(m_used + bytes.size(), m_text.size() * 2));
-        QStringDecoder decoder(QStringDecoder::Utf8,
-                               QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
         QChar* start = m_text.data();
-        const QChar* end = decoder.appendToBuffer(start + m_used, bytes);
+        const QChar* end = text::decodeUtf8Repairing(bytes, start + m_used);
         m_used = end - start;
     }
 

@@ -304,8 +304,33 @@ TEST_F(Runner, UnfinishedCharacterAtTheEndIsReplaced)
 {
     const QString script = scripts.write(QStringLiteral("cut"), "printf 'x\\342\\202'\n");
     const Output out = runToEnd(script, {});
-    EXPECT_TRUE(out.output.startsWith(QStringLiteral("x\uFFFD"))) << out.output.toStdString();
-    EXPECT_FALSE(out.output.contains(QChar(0x20AC)));
+    EXPECT_EQ(out.output, QStringLiteral("x\uFFFD"));
+}
+
+TEST_F(Runner, FourByteCharacterCutAfterItsThirdByteIsOneReplacement)
+{
+    // F0 9F 98 is the start of an emoji whose last byte never came.
+    const QString script = scripts.write(QStringLiteral("cut4"), "printf 'x\\360\\237\\230'\n");
+    EXPECT_EQ(runToEnd(script, {}).output, QStringLiteral("x\uFFFD"));
+}
+
+TEST_F(Runner, EachMaximalInvalidSequenceBecomesOneReplacement)
+{
+    // A cut emoji before a letter; an encoded surrogate (ED A0 80, never valid: three); an overlong
+    // NUL (C0 80: two); a cut euro sign; a stray byte; then a whole emoji, which stays.
+    const QString script =
+        scripts.write(QStringLiteral("damaged"), "printf 'a\\360\\237\\230b\\355\\240\\200c\\300\\200d"
+                                                 "\\342\\202e\\377f\\360\\237\\230\\200'\n");
+    EXPECT_EQ(runToEnd(script, {}).output,
+              QStringLiteral("a\uFFFDb\uFFFD\uFFFD\uFFFDc\uFFFD\uFFFDd\uFFFDe\uFFFDf\U0001F600"));
+}
+
+TEST_F(Runner, CutCharacterSplitAcrossChunksIsStillOneReplacement)
+{
+    // The first three bytes of an emoji, then after a pause a letter instead of the fourth.
+    const QString script =
+        scripts.write(QStringLiteral("split-cut"), "printf 'x\\360\\237'\nsleep 0.3\nprintf '\\230y'\n");
+    EXPECT_EQ(runToEnd(script, {}).output, QStringLiteral("x\uFFFDy"));
 }
 
 TEST_F(Runner, ChildKilledBySignalReportsTheSignalNumber)
