@@ -29,9 +29,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr qsizetype chunkSize = 1 << 20; // as much as the pipe holds
-// Once the child has exited, output still arriving comes from a process it left behind holding the
-// pipe; it is read while it keeps coming, but such a process cannot keep the run open.
-constexpr int leftoverQuietMs = 250;
 
 // Each waiting run holds one thread for the life of its child, so runs get a pool of their own and
 // never starve the shared one that unpacking and decoding use.
@@ -298,17 +295,17 @@ Output runBlocking(const Job& job)
     bool signalled = false;
     bool pipeOpen = true;
     bool exited = false;
-    Clock::time_point quietSince{};
-    bool quiet = false;
     StreamText text;
 
+    // The pipe is read to its end, also after the child has exited: a process it left behind may
+    // still write. Such a process can hold the run only until the tool's own time limit; then what
+    // has come is kept and the run ends.
     while (pipeOpen || !exited) {
         if (pipeOpen) {
             ssize_t n = 0;
             const QByteArrayView chunk = text.read(reader.get(), n);
             if (n > 0) {
                 observe(job.onOutput, chunk);
-                quiet = false;
                 continue;
             }
             if (n == 0) {
@@ -324,29 +321,21 @@ Output runBlocking(const Job& job)
             exited = true;
             continue; // the pipe may hold its last output
         }
-        if (exited && pipeOpen) {
-            const auto now = Clock::now();
-            if (!quiet) {
-                quiet = true;
-                quietSince = now;
-            }
-            if (now - quietSince >= std::chrono::milliseconds(leftoverQuietMs))
-                break;
-        }
 
         int waitMs = -1;
         const auto now = Clock::now();
-        if (deadline && !signalled && !exited) {
-            if (now >= *deadline) {
+        if (deadline && now >= *deadline) {
+            if (exited)
+                break; // what is in the pipe has just been read
+            if (!signalled) {
                 child.terminate();
                 signalled = true;
                 continue;
             }
+        } else if (deadline) {
             waitMs = int(std::chrono::ceil<std::chrono::milliseconds>(*deadline - now).count());
         }
-        if (exited)
-            waitMs = leftoverQuietMs;
-        else if (child.waitFd() < 0)
+        if (!exited && child.waitFd() < 0)
             waitMs = waitMs < 0 ? 50 : std::min(waitMs, 50);
         pollfd watched[2];
         nfds_t count = 0;
