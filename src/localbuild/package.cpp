@@ -4,7 +4,6 @@
 #include "bundle_info.h"
 #include "frameworks.h"
 #include "process_runner.h"
-#include "service/api.h"
 #include "service/api_error.h"
 #include "text/characters.h"
 #include "tool_paths.h"
@@ -68,6 +67,8 @@ QStringList signArguments(const QString& bundle)
 
 } // namespace
 
+const char* const serviceFolderName = "Brightloom";
+
 QString savedAppsFolder(const QString& job)
 {
     const QString jobFolder = text::firstCharacters(job, 8);
@@ -75,9 +76,8 @@ QString savedAppsFolder(const QString& job)
     if (jobFolder.isEmpty() || jobFolder == QLatin1String(".") || jobFolder == QLatin1String("..") ||
         jobFolder.contains(QLatin1Char('/')) || jobFolder.contains(QChar(0)))
         throw APIError(QStringLiteral("The job id ") + job + QStringLiteral(" cannot name a folder."));
-    const QString service = API::chooseBase(qEnvironmentVariable("BRIGHTLOOM_URL")).host();
-    return QStandardPaths::writableLocation(QStandardPaths::DownloadLocation) + QLatin1Char('/') + service +
-           QLatin1Char('/') + jobFolder;
+    return QStandardPaths::writableLocation(QStandardPaths::DownloadLocation) + QLatin1Char('/') +
+           QString::fromLatin1(serviceFolderName) + QLatin1Char('/') + jobFolder;
 }
 
 QCoro::Task<QString> package(QString dir, QString job, std::optional<QString> version, Limits limits)

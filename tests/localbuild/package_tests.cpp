@@ -53,7 +53,7 @@ protected:
     // Where the app of `job` is saved, up to its job folder.
     QString savedFolder(const QString& jobFolder) const
     {
-        return m_home.downloadsFolder() + QStringLiteral("/service.example/") + jobFolder;
+        return m_home.downloadsFolder() + QStringLiteral("/Brightloom/") + jobFolder;
     }
 
     // Builds the package in `dir` with the stand-in toolchain and packages it; answers the saved
@@ -256,6 +256,20 @@ TEST_F(Package, SigningFailureQuotesItsLastThreeHundredCharactersWhole)
     EXPECT_GT(quoted.size(), 300);
     EXPECT_TRUE(output.endsWith(quoted));
     EXPECT_FALSE(quoted.front().isLowSurrogate() || quoted.front().isMark()) << quoted.toStdString();
+}
+
+TEST_F(Package, SavedAppKeepsItsFolderWhicheverAddressOfTheServiceIsInUse)
+{
+    // The same job packaged while the service was reached as 127.0.0.1 and then as localhost.
+    writePackage(work(QStringLiteral("src")), QStringLiteral("Notes"));
+    m_home.setEnv("BRIGHTLOOM_URL", "https://127.0.0.1:8443/");
+    const QString first = build(work(QStringLiteral("src")), QStringLiteral("a1b2c3d4e5"));
+    m_home.setEnv("BRIGHTLOOM_URL", "https://localhost:8443/");
+    const QString second = build(work(QStringLiteral("src")), QStringLiteral("a1b2c3d4e5"));
+    EXPECT_EQ(first, m_home.downloadsFolder() + QStringLiteral("/Brightloom/a1b2c3d4/Notes.app"));
+    EXPECT_EQ(second, first);
+    EXPECT_EQ(QDir(m_home.downloadsFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+              QStringList() << QStringLiteral("Brightloom"));
 }
 
 TEST_F(Package, ShortJobIdNamesTheWholeFolder)
