@@ -325,6 +325,37 @@ TEST_F(Package, FrameworksOfTheBuildAreEmbeddedAndSigned)
                     .endsWith("/.stage/Charts.app/Contents/MacOS/App\n"));
 }
 
+TEST_F(Package, VersionedFrameworkArrivesInTheSavedAppWithItsLinksAsLinks)
+{
+    // A macOS framework as the platform lays it out: everything in Versions/A, reached through links.
+    const QString src = work(QStringLiteral("src"));
+    writePackage(src, QStringLiteral("Charts"));
+    const QString framework =
+        src + QStringLiteral("/.build/artifacts/charts/Plot.xcframework/macos-arm64_x86_64/Plot.framework");
+    writeFile(framework + QStringLiteral("/Versions/A/Plot"), machODynamicLibrary("mac"));
+    writeFile(framework + QStringLiteral("/Versions/A/Headers/Plot.h"), "int plot(void);\n");
+    writeFile(framework + QStringLiteral("/Versions/A/Resources/Info.plist"), "<plist/>");
+    ASSERT_TRUE(QFile::link(QStringLiteral("A"), framework + QStringLiteral("/Versions/Current")));
+    ASSERT_TRUE(QFile::link(QStringLiteral("Versions/Current/Plot"), framework + QStringLiteral("/Plot")));
+    ASSERT_TRUE(
+        QFile::link(QStringLiteral("Versions/Current/Headers"), framework + QStringLiteral("/Headers")));
+    ASSERT_TRUE(
+        QFile::link(QStringLiteral("Versions/Current/Resources"), framework + QStringLiteral("/Resources")));
+
+    const QString saved = build(src);
+    const QString embedded = saved + QStringLiteral("/Contents/Frameworks/Plot.framework");
+    EXPECT_EQ(linkText(embedded + QStringLiteral("/Versions/Current")), QStringLiteral("A"));
+    EXPECT_EQ(linkText(embedded + QStringLiteral("/Plot")), QStringLiteral("Versions/Current/Plot"));
+    EXPECT_EQ(linkText(embedded + QStringLiteral("/Headers")), QStringLiteral("Versions/Current/Headers"));
+    EXPECT_EQ(linkText(embedded + QStringLiteral("/Resources")),
+              QStringLiteral("Versions/Current/Resources"));
+    // The one copy of each file is the versioned one, reached through the links.
+    EXPECT_TRUE(QFileInfo(embedded + QStringLiteral("/Versions/A/Plot")).isFile());
+    EXPECT_FALSE(QFileInfo(embedded + QStringLiteral("/Versions/A/Plot")).isSymLink());
+    EXPECT_EQ(readFile(embedded + QStringLiteral("/Headers/Plot.h")), "int plot(void);\n");
+    EXPECT_TRUE(readFile(embedded + QStringLiteral("/Plot")).endsWith("mac"));
+}
+
 TEST_F(Package, NoProductIsReportedAsNoExecutable)
 {
     writePackage(work(QStringLiteral("src")), QStringLiteral("Notes"));
