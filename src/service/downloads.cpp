@@ -84,7 +84,7 @@ QString API::serviceDownloadsFolder() const
 QCoro::Task<QString> API::downloadDmg(QString from, QString name, DownloadProgress progress)
 {
     const QUrl url = downloadAddress(from);
-    FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress));
+    FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress), downloadLimits());
     if (fetched.status >= 400)
         throw APIError(QStringLiteral("The download failed (") + QString::number(fetched.status) +
                        QStringLiteral(")."));
@@ -103,7 +103,7 @@ QCoro::Task<QString> API::downloadApp(QString from, DownloadProgress progress)
 {
     const QUrl url = downloadAddress(from);
     // The status is not examined: an error page simply fails to unpack.
-    FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress));
+    FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress), downloadLimits());
     const QString folder =
         serviceDownloadsFolder() + QLatin1Char('/') +
         text::firstCharacters(QUuid::createUuid().toString(QUuid::WithoutBraces), 8).toUpper();

@@ -1,6 +1,7 @@
 #include "file_download.h"
 
 #include "api_error.h"
+#include "decompression_failure.h"
 
 #include <QDir>
 #include <QNetworkAccessManager>
@@ -11,26 +12,47 @@ namespace brightloom {
 namespace {
 
 constexpr qint64 readBuffer = 1 << 20;
-constexpr int idleTimeoutMs = 60'000;
 
 struct DeleteLater
 {
     void operator()(QObject* object) const { object->deleteLater(); }
 };
 
-// Writes whatever has arrived; remembers a failed write so the download ends with its reason.
-void drain(QNetworkReply& reply, QTemporaryFile& file, QString& writeError)
+struct Written
 {
+    qint64 bytes = 0;
+    bool tooLarge = false;
+    QString error; // a failed write, so that the download ends with its reason
+};
+
+// Writes whatever has arrived, or gives the download up when it would pass `maxBytes`.
+void drain(QNetworkReply& reply, QTemporaryFile& file, Written& written, qint64 maxBytes)
+{
+    if (written.tooLarge)
+        return;
+    const QVariant length = reply.header(QNetworkRequest::ContentLengthHeader);
+    if (length.isValid() && length.toLongLong() > maxBytes) {
+        written.tooLarge = true;
+        reply.abort();
+        return;
+    }
     while (reply.bytesAvailable() > 0) {
         const QByteArray chunk = reply.read(readBuffer);
-        if (writeError.isEmpty() && file.write(chunk) != chunk.size())
-            writeError = file.errorString();
+        written.bytes += chunk.size();
+        if (written.bytes > maxBytes) {
+            written.tooLarge = true;
+            reply.abort();
+            return;
+        }
+        if (written.error.isEmpty() && file.write(chunk) != chunk.size())
+            written.error = file.errorString();
     }
 }
 
 } // namespace
 
-QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url, DownloadProgress progress)
+QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url, DownloadProgress progress,
+                                     DownloadLimits limits)
 {
     FetchedFile fetched;
     fetched.file =
@@ -39,21 +61,29 @@ QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url, D
         throw FileError(QStringLiteral("Could not make a temporary file: ") + fetched.file->errorString());
 
     QNetworkRequest request(url);
-    request.setTransferTimeout(idleTimeoutMs);
+    request.setTransferTimeout(int(limits.silence.count()));
     std::unique_ptr<QNetworkReply, DeleteLater> reply(network.get(request));
     // Bounded buffering: the network pauses until the chunk in hand is on disk.
     reply->setReadBufferSize(readBuffer);
-    auto writeError = std::make_shared<QString>();
+    auto written = std::make_shared<Written>();
     QNetworkReply* raw = reply.get();
     QTemporaryFile* file = fetched.file.get();
+    const qint64 maxBytes = limits.maxBytes;
+    QObject::connect(raw, &QNetworkReply::metaDataChanged, raw,
+                     [raw, file, written, maxBytes] { drain(*raw, *file, *written, maxBytes); });
     QObject::connect(raw, &QNetworkReply::readyRead, raw,
-                     [raw, file, writeError] { drain(*raw, *file, *writeError); });
+                     [raw, file, written, maxBytes] { drain(*raw, *file, *written, maxBytes); });
     if (progress)
         QObject::connect(raw, &QNetworkReply::downloadProgress, raw, progress);
     co_await raw;
     QObject::disconnect(raw, &QNetworkReply::readyRead, nullptr, nullptr);
-    drain(*raw, *file, *writeError);
+    QObject::disconnect(raw, &QNetworkReply::metaDataChanged, nullptr, nullptr);
+    drain(*raw, *file, *written, maxBytes);
     fetched.file->close();
+    // The partial file goes with `fetched`, which is dropped when this throws.
+    if (written->tooLarge)
+        throw APIError(QStringLiteral("The download was larger than ") + sizeText(maxBytes) +
+                       QLatin1Char('.'));
 
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     fetched.status = status.isValid() ? status.toInt() : 0;
@@ -61,10 +91,13 @@ QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url, D
     if (reply->error() != QNetworkReply::NoError && !httpError) {
         if (reply->error() == QNetworkReply::OperationCanceledError)
             throw TransportError(QStringLiteral("The download timed out."));
+        if (const QString undone = decompressionFailure(*reply, QStringLiteral("The download"));
+            !undone.isEmpty())
+            throw TransportError(undone);
         throw TransportError(QStringLiteral("The download failed: ") + reply->errorString());
     }
-    if (!writeError->isEmpty())
-        throw FileError(QStringLiteral("Could not save the download: ") + *writeError);
+    if (!written->error.isEmpty())
+        throw FileError(QStringLiteral("Could not save the download: ") + written->error);
     co_return fetched;
 }
 

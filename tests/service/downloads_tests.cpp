@@ -12,6 +12,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -239,6 +240,51 @@ TEST_F(DownloadTest, AppArchiveClaimingGigabytesItDoesNotHoldLeavesNothingBehind
         left.append(it.fileInfo().fileName());
     }
     EXPECT_EQ(left, QStringList());
+}
+
+TEST_F(DownloadTest, DownloadThatNeverEndsFailsPastItsLimitAndLeavesNoPartialFile)
+{
+    QTemporaryDir temp;
+    home.setEnv("TMPDIR", QFile::encodeName(temp.path()));
+    server.on(QStringLiteral("GET /files/endless.dmg"), ScriptedReply::neverEnding());
+    API api;
+    API::Limits limits = api.limits();
+    limits.downloadBytes = 5'000'000;
+    api.setLimits(limits);
+    EXPECT_EQ(run(api.downloadDmg(url("files/endless.dmg"), QStringLiteral("Endless"))).errorText(),
+              QStringLiteral("The download was larger than 5 MB."));
+    EXPECT_EQ(run(api.downloadApp(url("files/endless.dmg"))).errorText(),
+              QStringLiteral("The download was larger than 5 MB."));
+    EXPECT_TRUE(filesUnder(temp.path()).isEmpty())
+        << filesUnder(temp.path()).join(QLatin1Char(' ')).toStdString();
+    QStringList saved;
+    QDirIterator it(home.downloadsFolder(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        saved.append(it.next());
+    EXPECT_TRUE(saved.isEmpty()) << saved.join(QLatin1Char(' ')).toStdString();
+}
+
+TEST_F(DownloadTest, DownloadMayTakeLongerThanAServiceCallWhileBytesKeepComing)
+{
+    // At sixty times the speed a service call may take 2 s in all; this download takes 3 s.
+    server.on(QStringLiteral("GET /files/slow.dmg"), ScriptedReply::dripping(QByteArray(30, 'd'), 100));
+    API api;
+    api.setClockRate(60);
+    const auto saved = run(api.downloadDmg(url("files/slow.dmg"), QStringLiteral("Slow")));
+    ASSERT_TRUE(saved.ok()) << saved.errorText().toStdString();
+    QFile image(*saved.value);
+    ASSERT_TRUE(image.open(QIODevice::ReadOnly));
+    EXPECT_EQ(image.readAll(), QByteArray(30, 'd'));
+}
+
+TEST_F(DownloadTest, CompressedDownloadThatCannotBeDecompressedSaysWhy)
+{
+    ScriptedReply broken = ScriptedReply::archive("this was never gzip");
+    broken.headers.append(qMakePair(QByteArray("Content-Encoding"), QByteArray("gzip")));
+    server.on(QStringLiteral("GET /files/broken.dmg"), broken);
+    API api;
+    EXPECT_EQ(run(api.downloadDmg(url("files/broken.dmg"), QStringLiteral("Broken"))).errorText(),
+              QStringLiteral("The download could not be decompressed: its data is not valid gzip data."));
 }
 
 TEST_F(DownloadTest, DmgDownloadsTracksBusySavedAndOpensTheImage)
