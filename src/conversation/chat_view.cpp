@@ -141,26 +141,37 @@ void ChatView::startPolling()
     poll();
 }
 
+namespace {
+
+QCoro::Task<> sleepOnTimer(std::chrono::milliseconds interval)
+{
+    co_await QCoro::sleepFor(interval);
+}
+
+} // namespace
+
 // Ends at the first step after the screen is gone; a wait in progress then runs out first.
 QCoro::Task<> ChatView::poll()
 {
     QPointer<ChatView> self(this);
+    // A copy of its own: a wait in progress outlives the screen.
+    const PollWait wait = m_wait ? m_wait : PollWait(&sleepOnTimer);
     while (self) {
         co_await refresh();
         if (!self)
             co_return;
         const std::optional<Job> newest = latest();
         if (!m_loaded || (newest && isActive(*newest))) {
-            co_await QCoro::sleepFor(m_intervals.active);
+            co_await wait(m_intervals.active);
             continue;
         }
         const auto extra = m_intervals.becameActive;
-        co_await QCoro::sleepFor(m_intervals.idle);
+        co_await wait(m_intervals.idle);
         if (!self)
             co_return;
         const std::optional<Job> now = latest();
         if (now && isActive(*now))
-            co_await QCoro::sleepFor(extra);
+            co_await wait(extra);
     }
 }
 
