@@ -112,7 +112,8 @@ QCoro::Task<QString> fetchSource(QNetworkAccessManager& network, QString from, Q
     const QUrl url = sourceAddress(from);
     const QString folder = projectFolder(job);
 
-    // The temporary archive is removed with `fetched`, whichever way this ends.
+    // The temporary archive is removed with `fetched`, whichever way this ends; once unpacked, on the
+    // thread pool.
     FetchedFile fetched = co_await fetchToFile(network, url);
 
     const QString notMade = co_await startMakingFresh(folder);
@@ -121,7 +122,7 @@ QCoro::Task<QString> fetchSource(QNetworkAccessManager& network, QString from, Q
 
     const zip::Result unpacked =
         co_await zip::extractInBackground(fetched.file->fileName(), folder, sourceLimits());
-    fetched.file.reset();
+    co_await discardInBackground(std::move(fetched));
     if (!unpacked.ok)
         throw APIError(QStringLiteral("Could not unpack the source: ") +
                        text::lastCharacters(unpacked.error, quotedTail));

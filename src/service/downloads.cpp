@@ -56,6 +56,11 @@ QFuture<QString> startMoving(QString from, QString folder, QString base)
     });
 }
 
+QFuture<bool> startRemoving(QString path)
+{
+    return QtConcurrent::run([path = std::move(path)] { return QFile::remove(path); });
+}
+
 QFuture<bool> startRenaming(QString from, QString to)
 {
     return QtConcurrent::run(
@@ -113,7 +118,8 @@ QCoro::Task<QString> API::downloadApp(QString from, DownloadProgress progress)
         throw FileError(QStringLiteral("Could not save the app archive in %1.").arg(folder));
     fetched.file->setAutoRemove(false);
     const zip::Result unpacked = co_await zip::extractInBackground(archive, folder, appArchiveLimits);
-    QFile::remove(archive);
+    QFuture<bool> removed = startRemoving(archive);
+    co_await removed;
     const QString app = unpacked.ok ? firstApp(folder) : QString();
     if (app.isEmpty())
         throw APIError(QStringLiteral("Could not unpack the downloaded app"));

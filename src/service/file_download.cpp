@@ -2,54 +2,80 @@
 
 #include "api_error.h"
 #include "decompression_failure.h"
+#include "file_sink.h"
 
 #include <QDir>
+#include <QFile>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QPointer>
+#include <QtConcurrent/QtConcurrentRun>
+#include <qcoro/qcorofuture.h>
 #include <qcoro/qcoronetworkreply.h>
 
 namespace brightloom {
 namespace {
 
 constexpr qint64 readBuffer = 1 << 20;
+// Bytes read from the network that may wait for the disk before reading pauses.
+constexpr qint64 writeWindow = 8 << 20;
 
 struct DeleteLater
 {
     void operator()(QObject* object) const { object->deleteLater(); }
 };
 
-struct Written
+// One download in progress: what came, and where it goes.
+struct Download
 {
+    QNetworkReply* reply = nullptr;
+    std::unique_ptr<FileSink> sink;
+    qint64 maxBytes = 0;
     qint64 bytes = 0;
     bool tooLarge = false;
-    QString error; // a failed write, so that the download ends with its reason
 };
 
-// Writes whatever has arrived, or gives the download up when it would pass `maxBytes`.
-void drain(QNetworkReply& reply, QTemporaryFile& file, Written& written, qint64 maxBytes)
+// Hands what has arrived to the file while it has room (all of it when `all`), or gives the
+// download up when it would pass its limit.
+void drain(Download& download, bool all)
 {
-    if (written.tooLarge)
+    if (download.tooLarge)
         return;
+    QNetworkReply& reply = *download.reply;
     const QVariant length = reply.header(QNetworkRequest::ContentLengthHeader);
-    if (length.isValid() && length.toLongLong() > maxBytes) {
-        written.tooLarge = true;
+    if (length.isValid() && length.toLongLong() > download.maxBytes) {
+        download.tooLarge = true;
         reply.abort();
         return;
     }
-    while (reply.bytesAvailable() > 0) {
-        const QByteArray chunk = reply.read(readBuffer);
-        written.bytes += chunk.size();
-        if (written.bytes > maxBytes) {
-            written.tooLarge = true;
+    while (reply.bytesAvailable() > 0 && (all || download.sink->hasRoom())) {
+        QByteArray chunk = reply.read(readBuffer);
+        download.bytes += chunk.size();
+        if (download.bytes > download.maxBytes) {
+            download.tooLarge = true;
             reply.abort();
             return;
         }
-        if (written.error.isEmpty() && file.write(chunk) != chunk.size())
-            written.error = file.errorString();
+        download.sink->write(std::move(chunk));
     }
 }
 
+QFuture<void> startRemoving(QString path)
+{
+    return QtConcurrent::run([path = std::move(path)] { QFile::remove(path); });
+}
+
 } // namespace
+
+QCoro::Task<> discardInBackground(FetchedFile fetched)
+{
+    if (!fetched.file)
+        co_return;
+    fetched.file->close();
+    fetched.file->setAutoRemove(false);
+    QFuture<void> removed = startRemoving(fetched.file->fileName());
+    co_await removed;
+}
 
 QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url, DownloadProgress progress,
                                      DownloadLimits limits)
@@ -63,27 +89,37 @@ QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url, D
     QNetworkRequest request(url);
     request.setTransferTimeout(int(limits.silence.count()));
     std::unique_ptr<QNetworkReply, DeleteLater> reply(network.get(request));
-    // Bounded buffering: the network pauses until the chunk in hand is on disk.
+    // Bounded buffering: the network pauses while the bytes in hand wait for the disk.
     reply->setReadBufferSize(readBuffer);
-    auto written = std::make_shared<Written>();
     QNetworkReply* raw = reply.get();
-    QTemporaryFile* file = fetched.file.get();
-    const qint64 maxBytes = limits.maxBytes;
-    QObject::connect(raw, &QNetworkReply::metaDataChanged, raw,
-                     [raw, file, written, maxBytes] { drain(*raw, *file, *written, maxBytes); });
-    QObject::connect(raw, &QNetworkReply::readyRead, raw,
-                     [raw, file, written, maxBytes] { drain(*raw, *file, *written, maxBytes); });
+    auto download = std::make_shared<Download>();
+    download->reply = raw;
+    download->maxBytes = limits.maxBytes;
+    const std::weak_ptr<Download> weak = download;
+    const QPointer<QNetworkReply> alive(raw);
+    download->sink = std::make_unique<FileSink>(*fetched.file, writeWindow, [weak, alive] {
+        const auto going = weak.lock();
+        if (going && alive && !alive->isFinished())
+            drain(*going, false);
+    });
+    QObject::connect(raw, &QNetworkReply::metaDataChanged, raw, [download] { drain(*download, false); });
+    QObject::connect(raw, &QNetworkReply::readyRead, raw, [download] { drain(*download, false); });
     if (progress)
         QObject::connect(raw, &QNetworkReply::downloadProgress, raw, progress);
     co_await raw;
     QObject::disconnect(raw, &QNetworkReply::readyRead, nullptr, nullptr);
     QObject::disconnect(raw, &QNetworkReply::metaDataChanged, nullptr, nullptr);
-    drain(*raw, *file, *written, maxBytes);
+    drain(*download, true);
+    QFuture<void> written = download->sink->finished();
+    co_await written;
+    const QString writeError = download->sink->error();
     fetched.file->close();
-    // The partial file goes with `fetched`, which is dropped when this throws.
-    if (written->tooLarge)
-        throw APIError(QStringLiteral("The download was larger than ") + sizeText(maxBytes) +
+    if (download->tooLarge) {
+        // The partial file may be gigabytes: removed on the thread pool, and only then reported.
+        co_await discardInBackground(std::move(fetched));
+        throw APIError(QStringLiteral("The download was larger than ") + sizeText(limits.maxBytes) +
                        QLatin1Char('.'));
+    }
 
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     fetched.status = status.isValid() ? status.toInt() : 0;
@@ -96,8 +132,8 @@ QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url, D
             throw TransportError(undone);
         throw TransportError(QStringLiteral("The download failed: ") + reply->errorString());
     }
-    if (!written->error.isEmpty())
-        throw FileError(QStringLiteral("Could not save the download: ") + written->error);
+    if (!writeError.isEmpty())
+        throw FileError(QStringLiteral("Could not save the download: ") + writeError);
     co_return fetched;
 }
 
