@@ -15,6 +15,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
 #include <poll.h>
 #include <qcoro/qcorofuture.h>
 #include <sys/syscall.h>
@@ -351,9 +352,13 @@ Output runBlocking(const Job& job)
     return result;
 }
 
-QFuture<Output> startRun(Job job)
+// The output travels in a box that the caller empties, so that the future, which keeps its result
+// until its last watcher goes, never holds a second reference to a text of hundreds of megabytes:
+// whoever holds the only one decides on which thread it is freed.
+QFuture<std::shared_ptr<Output>> startRun(Job job)
 {
-    return QtConcurrent::run(&runnerPool(), [job = std::move(job)] { return runBlocking(job); });
+    return QtConcurrent::run(&runnerPool(),
+                             [job = std::move(job)] { return std::make_shared<Output>(runBlocking(job)); });
 }
 
 QByteArray absoluteExecutable(const QString& executable)
@@ -386,7 +391,15 @@ QCoro::Task<Output> run(QString executable, QStringList arguments, std::optional
         job.cwd = QFile::encodeName(*cwd);
     job.timeout = timeout;
     job.onOutput = std::move(onOutput);
-    co_return co_await startRun(std::move(job));
+    const std::shared_ptr<Output> ran = co_await startRun(std::move(job));
+    co_return std::move(*ran);
+}
+
+void releaseInBackground(QString text)
+{
+    if (text.size() < (1 << 20))
+        return; // small enough to free wherever it is
+    QThreadPool::globalInstance()->start([text = std::move(text)]() mutable { text = QString(); });
 }
 
 } // namespace brightloom::LocalBuild
