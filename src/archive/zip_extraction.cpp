@@ -1,6 +1,7 @@
 #include "zip_extraction.h"
 
 #include "text/characters.h"
+#include "threads/background_priority.h"
 #include "zip_directory.h"
 
 #include <QDeadlineTimer>
@@ -398,6 +399,7 @@ Result extract(const QString& archivePath, const QString& targetFolder, Limits l
 QFuture<Result> startExtracting(QString archive, QString target, Limits limits)
 {
     return QtConcurrent::run([archive = std::move(archive), target = std::move(target), limits] {
+        yieldToMainThread();
         return extract(archive, target, limits);
     });
 }

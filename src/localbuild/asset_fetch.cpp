@@ -4,6 +4,7 @@
 #include "rejected.h"
 #include "service/api_error.h"
 #include "text/characters.h"
+#include "threads/background_priority.h"
 #include "tool_paths.h"
 #include "tree_copy.h"
 
@@ -93,6 +94,7 @@ struct Copied
 // Blocks on the file system.
 Copied copyRegularFiles(const QString& workingCopy, const QString& target, std::int64_t total)
 {
+    yieldToMainThread();
     Copied copied;
     copied.total = total;
     const QString root = QFileInfo(workingCopy).canonicalFilePath();

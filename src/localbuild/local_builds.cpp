@@ -213,7 +213,9 @@ void LocalBuilds::finish(const QString& job)
 //
 // The lock is held only to add a short text or to take what gathered, and the main thread never
 // waits for it: the output thread may be preempted while it holds it, and the main thread would then
-// stall for as long as the machine is busy. It tries again with its next turn instead.
+// stall for as long as the machine is busy. It tries again with its next turn instead. For the same
+// reason the main thread copies what gathered and leaves the output thread's memory to it: freeing
+// memory of another thread waits for that thread's allocator lock.
 struct LocalBuilds::PendingOutput
 {
     QMutex lock;
@@ -231,7 +233,8 @@ void LocalBuilds::deliver(QPointer<LocalBuilds> self, QString job, std::shared_p
             context, [self, job, pending] { deliver(self, job, pending); }, Qt::QueuedConnection);
         return;
     }
-    QString text = std::exchange(pending->text, QString());
+    const QString text(pending->text.constData(), pending->text.size());
+    pending->text.truncate(0); // keeps its memory, for the output thread to reuse or free
     pending->posted = false;
     pending->lock.unlock();
     context->append(job, text);

@@ -2,6 +2,7 @@
 
 #include "child_launch.h"
 #include "text/lossy_utf8.h"
+#include "threads/background_priority.h"
 
 #include <QDir>
 #include <QFile>
@@ -30,6 +31,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr qsizetype chunkSize = 1 << 20; // as much as the pipe holds
+// Code units of a text the allocator maps on its own whatever its history (glibc's threshold for
+// that moves up to 32 MB).
+constexpr qsizetype mappedSize = qsizetype(32) << 20;
 
 // Each waiting run holds one thread for the life of its child, so runs get a pool of their own and
 // never starve the shared one that unpacking and decoding use.
@@ -160,8 +164,14 @@ private:
         if (bytes.isEmpty())
             return;
         // Grows by doubling through realloc; the unused end is never touched, so it costs no memory.
-        if (m_text.size() < m_used + bytes.size())
-            m_text.resize(std::max<qsizetype>(m_used + bytes.size(), m_text.size() * 2));
+        // Once past its first size it jumps to a size the allocator always maps on its own: growing
+        // such a block moves pages instead of copying bytes while holding the allocator's lock, which
+        // any other thread freeing memory of this thread's may be waiting for (the main thread
+        // among them).
+        if (m_text.size() < m_used + bytes.size()) {
+            const qsizetype grown = m_text.isEmpty() ? 0 : std::max<qsizetype>(m_text.size() * 2, mappedSize);
+            m_text.resize(std::max<qsizetype>(m_used + bytes.size(), grown));
+        }
         QChar* start = m_text.data();
         const QChar* end = text::decodeUtf8Repairing(bytes, start + m_used);
         m_used = end - start;
@@ -357,8 +367,11 @@ Output runBlocking(const Job& job)
 // whoever holds the only one decides on which thread it is freed.
 QFuture<std::shared_ptr<Output>> startRun(Job job)
 {
-    return QtConcurrent::run(&runnerPool(),
-                             [job = std::move(job)] { return std::make_shared<Output>(runBlocking(job)); });
+    return QtConcurrent::run(&runnerPool(), [job = std::move(job)] {
+        // The tool started from here inherits the lowered priority.
+        yieldToMainThread();
+        return std::make_shared<Output>(runBlocking(job));
+    });
 }
 
 QByteArray absoluteExecutable(const QString& executable)

@@ -11,6 +11,7 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QThread>
 #include <memory>
 #include <qcoro/qcoronetworkreply.h>
 
@@ -83,9 +84,14 @@ std::optional<QUrl> redirectTarget(const QUrl& from, const QByteArray& location)
 const char* const API::builtInAddress = "https://brightloom.app/";
 
 API::API(QObject* parent)
-    : QObject(parent), m_network(new QNetworkAccessManager(this)),
-      m_downloads(new QNetworkAccessManager(this))
+    : QObject(parent), m_network(new QNetworkAccessManager(this)), m_downloads(new QNetworkAccessManager),
+      m_downloadThread(new QThread(this))
 {
+    // Downloads run on a thread of their own: a large one arrives in tens of thousands of small
+    // pieces, which would each cost the main thread an event.
+    m_downloadThread->setObjectName(QStringLiteral("Brightloom downloads"));
+    m_downloads->moveToThread(m_downloadThread);
+    m_downloadThread->start();
     applyExtraTrust();
     const QString environment = qEnvironmentVariable("BRIGHTLOOM_URL");
     m_base = chooseBase(environment);
@@ -94,7 +100,14 @@ API::API(QObject* parent)
     m_network->setCookieJar(new CookieJar(CookieJar::defaultFile(), m_network));
 }
 
-API::~API() = default;
+API::~API()
+{
+    // The session goes on its own thread, which deletes it as it finishes; transfers still under way
+    // end with it.
+    m_downloads->deleteLater();
+    m_downloadThread->quit();
+    m_downloadThread->wait();
+}
 
 bool API::acceptableBase(const QString& environmentValue)
 {

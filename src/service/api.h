@@ -20,6 +20,7 @@
 #include <qcoro/qcorotask.h>
 
 class QNetworkAccessManager;
+class QThread;
 
 namespace brightloom {
 
@@ -107,7 +108,8 @@ public:
     // Fetches an app archive, unpacks it into a fresh folder of Downloads and answers the app's path.
     QCoro::Task<QString> downloadApp(QString from, DownloadProgress progress = {});
 
-    // The session file downloads go through (no service cookies, extra trust applied).
+    // The session file downloads go through (no service cookies, extra trust applied). It lives on a
+    // thread of its own: use it only through fetchToFile().
     QNetworkAccessManager& downloadSession() const { return *m_downloads; }
 
     // An icon's address: absolute when the text starts with "http", else resolved against the base.
@@ -133,7 +135,8 @@ private:
     QString serviceDownloadsFolder() const;
 
     QNetworkAccessManager* m_network;
-    QNetworkAccessManager* m_downloads; // file downloads: no service cookies, no Origin
+    QNetworkAccessManager* m_downloads; // file downloads: no service cookies, no Origin; on its thread
+    QThread* m_downloadThread;
     SignInPage* m_signInPage = nullptr;
     Limits m_limits;
     double m_clockRate = 1;

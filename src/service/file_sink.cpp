@@ -1,11 +1,14 @@
 #include "file_sink.h"
 
+#include "threads/background_priority.h"
+
 #include <QFileDevice>
 #include <QMutex>
 #include <QMutexLocker>
 #include <QObject>
 #include <QPromise>
 #include <QThreadPool>
+#include <QWaitCondition>
 #include <deque>
 #include <optional>
 
@@ -22,6 +25,7 @@ struct FileSink::State
     std::deque<QByteArray> queue;
     qint64 waiting = 0;   // bytes handed over and not yet written
     bool writing = false; // a pool task is draining the queue
+    QWaitCondition idle;  // told when the queue is drained
     mutable bool full = false;
     QString error;
     std::optional<QPromise<void>> done;
@@ -35,6 +39,7 @@ struct FileSink::State
     // Runs on the pool until the queue is empty.
     static void drain(const std::shared_ptr<State>& state)
     {
+        yieldToMainThread();
         for (;;) {
             QByteArray chunk;
             bool failedBefore = false;
@@ -42,6 +47,7 @@ struct FileSink::State
                 QMutexLocker locked(&state->lock);
                 if (state->queue.empty()) {
                     state->writing = false;
+                    state->idle.wakeAll();
                     if (state->done) {
                         state->done->finish();
                         state->done.reset();
@@ -117,6 +123,13 @@ QFuture<void> FileSink::finished()
     else
         promise.finish();
     return future;
+}
+
+void FileSink::waitUntilWritten()
+{
+    QMutexLocker locked(&m_state->lock);
+    while (m_state->writing)
+        m_state->idle.wait(&m_state->lock);
 }
 
 QString FileSink::error() const

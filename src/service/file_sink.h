@@ -33,6 +33,8 @@ public:
     QFuture<void> finished();
     // Why a write failed, once finished() is done; empty when every write succeeded.
     QString error() const;
+    // Blocks until every chunk handed over is written; for a sink that is going away.
+    void waitUntilWritten();
 
 private:
     struct State;
