@@ -6,9 +6,12 @@
 //             150 MB source, streams 100 MB of compiler output into the job's log and the screen polls
 //             the service, against the 16.7 ms budget of one frame at 60 Hz.
 //
-//   bench_conversation [refresh|stall|all] [--rounds=N]
+//   bench_conversation [refresh|stall|all] [--rounds=N] [--trace=MS]
+//
+// --trace=MS lists, after each stall round, the main thread's events that took MS or longer.
 
 #include "conversation/chat_view.h"
+#include "event_timing.h"
 #include "localbuild/local_builds.h"
 #include "recording_server.h"
 #include "service/api.h"
@@ -32,6 +35,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 #include <vector>
 
 using namespace brightloom;
@@ -129,6 +135,17 @@ int benchRefresh(int rounds)
     return 0;
 }
 
+// The calling thread's time on a processor and waiting for one, in milliseconds, as the kernel
+// counts them.
+std::pair<double, double> schedulerTimes()
+{
+    QFile stat(QStringLiteral("/proc/thread-self/schedstat"));
+    if (!stat.open(QIODevice::ReadOnly))
+        return {0, 0};
+    const QList<QByteArray> fields = stat.readAll().split(' ');
+    return {fields.value(0).toDouble() / 1e6, fields.value(1).toDouble() / 1e6};
+}
+
 QByteArray randomBytes(qsizetype size)
 {
     QByteArray bytes(size, Qt::Uninitialized);
@@ -155,7 +172,9 @@ QString noisyTools(const QString& folder, int megabytes)
 }
 
 // The service runs on a thread of its own, as a remote one would: sending a large reply is the
-// server's work, not the client's, and must not count as a stall of the client's main thread.
+// server's work, not the client's, and must not count as a stall of the client's main thread. It runs
+// at the lowest priority, so that it takes no processor time the client's threads want, as a service
+// on another machine would not.
 class ServiceThread
 {
 public:
@@ -166,6 +185,7 @@ public:
         QMetaObject::invokeMethod(
             &m_context,
             [this, setUp] {
+                ::setpriority(PRIO_PROCESS, pid_t(::syscall(SYS_gettid)), 19);
                 m_server =
                     new RecordingServer(TestCertificate::shared().certificate, TestCertificate::shared().key);
                 setUp(*m_server);
@@ -189,8 +209,9 @@ private:
     QUrl m_base;
 };
 
-int benchStall(int rounds)
+int benchStall(int rounds, double traceMs)
 {
+    auto* timed = static_cast<bench::TimedApplication*>(QCoreApplication::instance());
     std::printf("making a 150 MB source archive...\n");
     const QByteArray source = bigSource();
     std::vector<double> gaps, builds;
@@ -219,6 +240,8 @@ int benchStall(int rounds)
         QElapsedTimer clock;
         clock.start();
         TickWatch ticks;
+        const auto scheduledBefore = schedulerTimes();
+        timed->traceLongerThan(traceMs);
         view.startPolling();
         const QString id = jobId;
         const bool ended = spinUntil(
@@ -229,6 +252,7 @@ int benchStall(int rounds)
             },
             std::chrono::minutes(2));
         ticks.stop();
+        timed->traceLongerThan(0);
         const auto state = local.state(id);
         if (!ended || state->phase != LocalState::Phase::done) {
             std::fprintf(stderr, "the build did not finish: %s\n",
@@ -239,6 +263,13 @@ int benchStall(int rounds)
         gaps.push_back(ticks.longestMs());
         builds.push_back(clock.nsecsElapsed() / 1e9);
         std::printf("  round %d: build %.1f s, longest gap %.1f ms\n", round + 1, builds.back(), gaps.back());
+        if (traceMs > 0) {
+            const auto scheduledAfter = schedulerTimes();
+            std::printf("    main thread on a processor %.0f ms, waiting for one %.0f ms\n",
+                        scheduledAfter.first - scheduledBefore.first,
+                        scheduledAfter.second - scheduledBefore.second);
+            timed->report(stdout);
+        }
     }
     const Spread g = spread(gaps);
     std::printf(
@@ -258,14 +289,17 @@ int benchStall(int rounds)
 int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication app(argc, argv);
+    bench::TimedApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Brightloom"));
     QCoreApplication::setApplicationName(QStringLiteral("Brightloom"));
     QString which = QStringLiteral("all");
     int rounds = -1;
+    double traceMs = 0;
     for (const QString& arg : QCoreApplication::arguments().mid(1)) {
         if (arg.startsWith(QLatin1String("--rounds=")))
             rounds = arg.mid(9).toInt();
+        else if (arg.startsWith(QLatin1String("--trace=")))
+            traceMs = arg.mid(8).toDouble();
         else
             which = arg;
     }
@@ -276,6 +310,6 @@ int main(int argc, char** argv)
     if (which == QLatin1String("refresh") || which == QLatin1String("all"))
         status |= benchRefresh(rounds > 0 ? rounds : 15);
     if (which == QLatin1String("stall") || which == QLatin1String("all"))
-        status |= benchStall(rounds > 0 ? rounds : 3);
+        status |= benchStall(rounds > 0 ? rounds : 3, traceMs);
     return status;
 }

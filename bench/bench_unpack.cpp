@@ -8,8 +8,8 @@
 // (below 1: the project is faster), with min and max, and the longest pause of the main thread's
 // 5 ms timer while the unpacker ran on the thread pool.
 
+#include "archive/zip_extraction.h"
 #include "bench_support.h"
-#include "localbuild/zip_extraction.h"
 
 #include <QDir>
 #include <QProcess>

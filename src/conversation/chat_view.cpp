@@ -146,28 +146,39 @@ void ChatView::stopPolling()
     m_polling = false;
 }
 
+namespace {
+
+QCoro::Task<> sleepOnTimer(std::chrono::milliseconds interval)
+{
+    co_await QCoro::sleepFor(interval);
+}
+
+} // namespace
+
 // Ends at the first step after the screen is gone or polling stopped; a wait in progress then runs
 // out first. A loop whose run was stopped and started again ends too: the new start has its own.
 QCoro::Task<> ChatView::poll(int run)
 {
     QPointer<ChatView> self(this);
     const auto current = [&] { return self && m_polling && m_pollRun == run; };
+    // A copy of its own: a wait in progress outlives the screen.
+    const PollWait wait = m_wait ? m_wait : PollWait(&sleepOnTimer);
     while (current()) {
         co_await refresh();
         if (!current())
             co_return;
         const std::optional<Job> newest = latest();
         if (!m_loaded || (newest && isActive(*newest))) {
-            co_await QCoro::sleepFor(m_intervals.active);
+            co_await wait(m_intervals.active);
             continue;
         }
         const auto extra = m_intervals.becameActive;
-        co_await QCoro::sleepFor(m_intervals.idle);
+        co_await wait(m_intervals.idle);
         if (!current())
             co_return;
         const std::optional<Job> now = latest();
         if (now && isActive(*now))
-            co_await QCoro::sleepFor(extra);
+            co_await wait(extra);
     }
 }
 

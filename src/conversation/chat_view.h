@@ -10,6 +10,7 @@
 #include <QPointer>
 #include <QString>
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <qcoro/qcorotask.h>
 
@@ -43,6 +44,8 @@ public:
         std::chrono::milliseconds idle{1500};
         std::chrono::milliseconds becameActive{2500}; // added when a job started during the idle wait
     };
+    // How the polling loop waits out an interval: a timer unless a test gives a clock of its own.
+    using PollWait = std::function<QCoro::Task<>(std::chrono::milliseconds)>;
 
     // `desktop` opens and reveals files; it may be null where there is no desktop.
     ChatView(API& api, LocalBuilds& local, Project project, Desktop* desktop = nullptr,
@@ -89,6 +92,8 @@ public:
     void stopPolling();
     bool polling() const { return m_polling; }
     void setPollIntervals(PollIntervals intervals) { m_intervals = intervals; }
+    // Taken when polling starts.
+    void setPollWait(PollWait wait) { m_wait = std::move(wait); }
     // Sends the composer's text unless it is blank or a job is still running.
     void send();
     // Whether send() would send now; changes with promptChanged and jobsChanged.
@@ -137,6 +142,7 @@ private:
     std::optional<QString> m_savedDmg;
     QHash<QString, QDateTime> m_stageSince;
     PollIntervals m_intervals;
+    PollWait m_wait;
     bool m_polling = false;
     int m_pollRun = 0; // which start the running loop belongs to
 };

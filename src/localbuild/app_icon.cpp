@@ -1,8 +1,8 @@
 #include "app_icon.h"
 
-#include "output_tail.h"
 #include "process_runner.h"
 #include "service/api_error.h"
+#include "text/characters.h"
 #include "tool_paths.h"
 
 #include <QBuffer>
@@ -165,11 +165,20 @@ QCoro::Task<> drawLetterIconInBackground(QString name, QString to)
         std::rethrow_exception(failure);
 }
 
+// An empty icon set folder, made anew on the thread pool; answers whether it could be made.
+QFuture<bool> startMakingIconSet(QString set)
+{
+    return QtConcurrent::run([set = std::move(set)] {
+        QDir(set).removeRecursively();
+        return QDir().mkpath(set);
+    });
+}
+
 QCoro::Task<> makeIcns(QString png, QString into, QString scratch, Limits limits)
 {
     const QString set = QDir(scratch).filePath(QStringLiteral("AppIcon.iconset"));
-    QDir(set).removeRecursively();
-    if (!QDir().mkpath(set))
+    const bool made = co_await startMakingIconSet(set);
+    if (!made)
         throw FileError(QStringLiteral("Could not create the folder %1.").arg(set));
 
     for (const auto& [size, file] : iconSetFiles(set)) {
@@ -185,7 +194,8 @@ QCoro::Task<> makeIcns(QString png, QString into, QString scratch, Limits limits
     const Output packed =
         co_await run(toolPath(QStringLiteral("iconutil")), arguments, std::nullopt, limits.packIcon);
     if (packed.code != 0)
-        throw APIError(QStringLiteral("Could not make the app icon: ") + lastCharacters(packed.output, 200));
+        throw APIError(QStringLiteral("Could not make the app icon: ") +
+                       text::lastCharacters(packed.output, 200));
 }
 
 } // namespace brightloom::LocalBuild

@@ -1,9 +1,10 @@
 #include "asset_fetch.h"
 
 #include "asset_set.h"
-#include "output_tail.h"
 #include "rejected.h"
 #include "service/api_error.h"
+#include "text/characters.h"
+#include "threads/background_priority.h"
 #include "tool_paths.h"
 #include "tree_copy.h"
 
@@ -93,6 +94,7 @@ struct Copied
 // Blocks on the file system.
 Copied copyRegularFiles(const QString& workingCopy, const QString& target, std::int64_t total)
 {
+    yieldToMainThread();
     Copied copied;
     copied.total = total;
     const QString root = QFileInfo(workingCopy).canonicalFilePath();
@@ -173,7 +175,7 @@ QCoro::Task<> fetchAssets(QString project, OutputObserver log, Limits limits)
                                                 step.timeout, gitEnvironment());
                 if (ran.code != 0)
                     throw APIError(QStringLiteral("Could not download assets from ") + set.repo +
-                                   QStringLiteral(": ") + lastCharacters(ran.output, 200));
+                                   QStringLiteral(": ") + text::lastCharacters(ran.output, 200));
             }
             const QString target = assets + QLatin1Char('/') + assetFolderName(set);
             if (!QDir().mkpath(target))

@@ -1,7 +1,8 @@
 #include "bundle_info.h"
 
+#include "text/characters.h"
+
 #include <QRegularExpression>
-#include <QTextBoundaryFinder>
 #include <nlohmann/json.hpp>
 
 namespace brightloom::LocalBuild {
@@ -10,9 +11,11 @@ const char* const bundleIdentifierPrefix = "app.brightloom.local.";
 
 namespace {
 
+constexpr int maxNameCharacters = 40;
+
 // Whether a whole character (a code point with its combining marks) is a letter or a digit, judged
 // by its first code point's Unicode properties.
-bool isLetterOrDigit(const QString& character)
+bool isLetterOrDigit(QStringView character)
 {
     const char32_t first = character.toUcs4().value(0);
     return QChar::isLetter(first) || QChar::isNumber(first);
@@ -48,19 +51,15 @@ QString displayName(const QByteArray& appJson)
     const QString name = nameOf(appJson);
     QString kept;
     int count = 0;
-    QTextBoundaryFinder characters(QTextBoundaryFinder::Grapheme, name);
-    qsizetype start = 0;
-    for (qsizetype end = characters.toNextBoundary(); end > 0 && count < 40;
-         end = characters.toNextBoundary()) {
-        const QString character = name.mid(start, end - start);
-        start = end;
+    text::forEachCharacter(name, [&](QStringView character) {
         const bool punctuation = character == QLatin1String(" ") || character == QLatin1String(".") ||
                                  character == QLatin1String("-") || character == QLatin1String("_");
         if (punctuation || isLetterOrDigit(character)) {
             kept += character;
             ++count;
         }
-    }
+        return count < maxNameCharacters;
+    });
     kept = trimSpacesAndTabs(kept);
     return kept.isEmpty() ? QStringLiteral("My App") : kept;
 }
@@ -74,11 +73,13 @@ QString bundleSlug(const QString& displayName)
 
 QString identifierSlug(const QString& bundleSlug)
 {
+    // By whole characters, as the display name was kept: a letter keeps its combining marks.
     QString slug;
-    for (const char32_t c : bundleSlug.toLower().toUcs4()) {
-        if (QChar::isLetter(c) || QChar::isNumber(c))
-            slug += QString::fromUcs4(&c, 1);
-    }
+    text::forEachCharacter(bundleSlug.toLower(), [&slug](QStringView character) {
+        if (isLetterOrDigit(character))
+            slug += character;
+        return true;
+    });
     return slug;
 }
 

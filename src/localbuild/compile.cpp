@@ -34,11 +34,14 @@ QCoro::Task<std::optional<QString>> compile(QString dir, OutputObserver log, Lim
 {
     QStringList arguments = swiftArguments("build", "-c");
     arguments << QStringLiteral("release");
-    const Output built = co_await run(toolPath(QStringLiteral("xcrun")), arguments, dir, limits.compile,
-                                      QMap<QString, QString>(), std::move(log));
-    if (built.code == 0)
+    Output built = co_await run(toolPath(QStringLiteral("xcrun")), arguments, dir, limits.compile,
+                                QMap<QString, QString>(), std::move(log));
+    if (built.code == 0) {
+        // A build may have written a hundred megabytes that nobody reads now.
+        releaseInBackground(std::move(built.output));
         co_return std::nullopt;
-    co_return built.output;
+    }
+    co_return std::move(built.output);
 }
 
 } // namespace brightloom::LocalBuild

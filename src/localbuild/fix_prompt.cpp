@@ -1,4 +1,5 @@
 #include "local_builds.h"
+#include "text/characters.h"
 
 #include <QFileInfo>
 #include <QStringList>
@@ -35,8 +36,13 @@ QString LocalBuilds::fixPrompt(const QString& errors, const QString& dir)
         picked = lines.mid(std::max<qsizetype>(0, lines.size() - fallbackLines));
 
     QString body = picked.join(QLatin1Char('\n'));
-    if (body.size() > textLimit)
-        body = body.left(textLimit) + QStringLiteral("\n\u2026");
+    // Characters as a person counts them, so the cut never splits one; a text of no more code units
+    // than the limit holds no more characters either.
+    if (body.size() > textLimit) {
+        const QString kept = text::firstCharacters(body, textLimit);
+        if (kept.size() < body.size())
+            body = kept + QStringLiteral("\n\u2026");
+    }
 
     return QStringLiteral(
                "The release build failed when compiled on the user's Mac with swift build. Fix these "

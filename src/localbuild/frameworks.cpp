@@ -29,6 +29,11 @@ QStringList runPathArguments(const QString& executable)
     return arguments;
 }
 
+QFuture<bool> startMakingFolder(QString path)
+{
+    return QtConcurrent::run([path = std::move(path)] { return QDir().mkpath(path); });
+}
+
 } // namespace
 
 QStringList frameworkCandidates(const QString& dir)
@@ -71,7 +76,8 @@ QCoro::Task<> embedFrameworks(QString dir, QString app, Limits limits)
         co_return;
 
     const QString frameworks = app + QStringLiteral("/Contents/Frameworks");
-    if (!QDir().mkpath(frameworks))
+    const bool made = co_await startMakingFolder(frameworks);
+    if (!made)
         throw FileError(QStringLiteral("Could not create the folder %1.").arg(frameworks));
     for (const QString& framework : kept) {
         // A framework that cannot be copied is left out; the others still go in. A second framework

@@ -1,8 +1,10 @@
 #include "local_builds.h"
 
 #include "app/user_defaults.h"
+#include "process_runner.h"
 #include "service/api.h"
 #include "service/api_error.h"
+#include "text/characters.h"
 
 #include <QFileInfo>
 #include <QMutex>
@@ -22,15 +24,13 @@ namespace {
 
 constexpr qsizetype logLimit = 4000;
 
-// The newest `limit` characters, never starting inside a surrogate pair.
+// The newest `limit` characters; a text that holds no more code units than that holds no more
+// characters either.
 QString newest(const QString& text, qsizetype limit)
 {
     if (text.size() <= limit)
         return text;
-    QString tail = text.right(limit);
-    if (tail.front().isLowSurrogate())
-        tail.remove(0, 1);
-    return tail;
+    return text::lastCharacters(text, limit);
 }
 
 QString describe(const std::exception_ptr& error)
@@ -148,7 +148,7 @@ QCoro::Task<> LocalBuilds::build(QString project, Job job, QString sourceUrl, in
             co_return;
 
         set(id, [](LocalState& s) { s.phase = LocalState::Phase::compiling; });
-        const std::optional<QString> errors = co_await m_pipeline.compile(dir, appender(id));
+        std::optional<QString> errors = co_await m_pipeline.compile(dir, appender(id));
         if (!self)
             co_return;
 
@@ -157,12 +157,17 @@ QCoro::Task<> LocalBuilds::build(QString project, Job job, QString sourceUrl, in
             const QString app = co_await m_pipeline.package(dir, id, job.version);
             if (!self)
                 co_return;
-            remember(id, app);
+            // Written to the settings file on the thread pool: saving it waits for the disk.
+            QFuture<void> remembered = startRemembering(id, app);
+            co_await remembered;
+            if (!self)
+                co_return;
             set(id, [app](LocalState& s) {
                 s.phase = LocalState::Phase::done;
                 s.app = app;
             });
         } else if (fixesSoFar >= fixLimit) {
+            LocalBuild::releaseInBackground(std::move(*errors));
             set(id, [](LocalState& s) {
                 s.phase = LocalState::Phase::failed;
                 s.error = QStringLiteral("Still not compiling after 3 fix attempts.");
@@ -172,6 +177,7 @@ QCoro::Task<> LocalBuilds::build(QString project, Job job, QString sourceUrl, in
             // A failing build can print megabytes; sifting them is no work for the main thread.
             QFuture<QString> sifting = QtConcurrent::run(&LocalBuilds::fixPrompt, *errors, dir);
             const QString prompt = co_await sifting;
+            LocalBuild::releaseInBackground(std::move(*errors));
             if (!self)
                 co_return;
             if (!api)
@@ -201,50 +207,61 @@ void LocalBuilds::finish(const QString& job)
     Q_EMIT finished(job);
 }
 
-namespace {
-
 // Output waiting for the main thread. A compiler can write faster than one event per chunk can be
 // handled, so chunks gather here and one event at a time carries what has gathered: the main thread
 // never meets a flood of events, and the log it keeps ends the same.
-struct PendingOutput
+//
+// The lock is held only to add a short text or to take what gathered, and the main thread never
+// waits for it: the output thread may be preempted while it holds it, and the main thread would then
+// stall for as long as the machine is busy. It tries again with its next turn instead. For the same
+// reason the main thread copies what gathered and leaves the output thread's memory to it: freeing
+// memory of another thread waits for that thread's allocator lock.
+struct LocalBuilds::PendingOutput
 {
     QMutex lock;
     QString text;
     bool posted = false;
 };
 
-} // namespace
+void LocalBuilds::deliver(QPointer<LocalBuilds> self, QString job, std::shared_ptr<PendingOutput> pending)
+{
+    LocalBuilds* context = self.data();
+    if (!context)
+        return; // the controller is gone: the output is dropped
+    if (!pending->lock.tryLock()) {
+        QMetaObject::invokeMethod(
+            context, [self, job, pending] { deliver(self, job, pending); }, Qt::QueuedConnection);
+        return;
+    }
+    const QString text(pending->text.constData(), pending->text.size());
+    pending->text.truncate(0); // keeps its memory, for the output thread to reuse or free
+    pending->posted = false;
+    pending->lock.unlock();
+    context->append(job, text);
+}
 
 LocalPipeline::Log LocalBuilds::appender(const QString& job)
 {
     QPointer<LocalBuilds> self(this);
     auto pending = std::make_shared<PendingOutput>();
     return [self, job, pending](const QString& chunk) {
-        // Runs on the tools' output thread.
+        // Runs on the tools' output thread. A chunk of a megabyte is cut to its tail before the lock.
         QObject* context = self.data();
         if (!context)
             return;
+        const QString tail = newest(chunk, logLimit);
         {
             QMutexLocker locked(&pending->lock);
-            pending->text = newest(pending->text + chunk, logLimit);
+            pending->text += tail;
+            // Cut now and then, not on every chunk, to keep the time under the lock short.
+            if (pending->text.size() > 4 * logLimit)
+                pending->text = newest(pending->text, logLimit);
             if (pending->posted)
                 return;
             pending->posted = true;
         }
-        // Dropped on the main thread if the controller is gone by then.
         QMetaObject::invokeMethod(
-            context,
-            [self, job, pending] {
-                QString text;
-                {
-                    QMutexLocker locked(&pending->lock);
-                    text = std::exchange(pending->text, QString());
-                    pending->posted = false;
-                }
-                if (self)
-                    self->append(job, text);
-            },
-            Qt::QueuedConnection);
+            context, [self, job, pending] { deliver(self, job, pending); }, Qt::QueuedConnection);
     };
 }
 
@@ -267,6 +284,11 @@ void LocalBuilds::remember(const QString& job, const QString& app)
     apps.insert(job, QFileInfo(app).absoluteFilePath());
     settings->setValue(savedKey, apps);
     settings->sync();
+}
+
+QFuture<void> LocalBuilds::startRemembering(QString job, QString app)
+{
+    return QtConcurrent::run([job = std::move(job), app = std::move(app)] { remember(job, app); });
 }
 
 void LocalBuilds::append(const QString& job, const QString& text)

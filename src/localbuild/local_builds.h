@@ -4,11 +4,13 @@
 #include "local_state.h"
 #include "service/records.h"
 
+#include <QFuture>
 #include <QHash>
 #include <QObject>
 #include <QPointer>
 #include <QSet>
 #include <QString>
+#include <memory>
 #include <optional>
 #include <qcoro/qcorotask.h>
 
@@ -68,10 +70,15 @@ Q_SIGNALS:
 private:
     QCoro::Task<> build(QString project, Job job, QString sourceUrl, int fixesSoFar, QPointer<API> api);
     LocalPipeline::Log appender(const QString& job);
+    struct PendingOutput;
+    // Hands the output gathered for `job` to the log, on the main thread.
+    static void deliver(QPointer<LocalBuilds> self, QString job, std::shared_ptr<PendingOutput> pending);
     void finish(const QString& job);
 
     std::optional<QString> saved(const QString& job) const;
-    void remember(const QString& job, const QString& app);
+    // Any thread: each call reads and writes the settings file anew.
+    static void remember(const QString& job, const QString& app);
+    static QFuture<void> startRemembering(QString job, QString app);
     void append(const QString& job, const QString& text);
     void set(const QString& job, const std::function<void(LocalState&)>& change);
 

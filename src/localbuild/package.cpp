@@ -3,10 +3,9 @@
 #include "app_icon.h"
 #include "bundle_info.h"
 #include "frameworks.h"
-#include "output_tail.h"
 #include "process_runner.h"
-#include "service/api.h"
 #include "service/api_error.h"
+#include "text/characters.h"
 #include "tool_paths.h"
 #include "tree_copy.h"
 
@@ -15,6 +14,8 @@
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QStandardPaths>
+#include <QtConcurrent/QtConcurrentRun>
+#include <qcoro/qcorofuture.h>
 
 namespace brightloom::LocalBuild {
 
@@ -28,17 +29,19 @@ QByteArray readAll(const QString& path)
     return file.readAll();
 }
 
-void makeFolder(const QString& path)
+QString makeFolder(const QString& path)
 {
     if (!QDir().mkpath(path))
-        throw FileError(QStringLiteral("Could not create the folder %1.").arg(path));
+        return QStringLiteral("Could not create the folder %1.").arg(path);
+    return {};
 }
 
-void writeAtomically(const QString& path, const QByteArray& data)
+QString writeAtomically(const QString& path, const QByteArray& data)
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size() || !file.commit())
-        throw FileError(QStringLiteral("Could not write %1: %2").arg(path, file.errorString()));
+        return QStringLiteral("Could not write %1: %2").arg(path, file.errorString());
+    return {};
 }
 
 QString trimSpacesAndTabs(QString text)
@@ -66,24 +69,113 @@ QStringList signArguments(const QString& bundle)
     return arguments;
 }
 
+// Every step below touches the file system, which can keep a thread waiting for longer than a frame
+// on a busy disk: each runs on the thread pool and answers the first failure as a sentence, or an
+// empty text. The futures are made in plain functions: GCC 12 destroys a capturing lambda that is a
+// temporary of a co_await expression twice.
+
+struct Described
+{
+    QString name;          // the display name
+    QString minimumSystem; // "14.0"
+};
+
+QFuture<Described> startDescribing(QString dir)
+{
+    return QtConcurrent::run([dir = std::move(dir)] {
+        const QDir source(dir);
+        const QString manifest = QString::fromUtf8(readAll(source.filePath(QStringLiteral("Package.swift"))));
+        return Described{displayName(readAll(source.filePath(QStringLiteral("app.json")))),
+                         minimumSystemVersion(manifest)};
+    });
+}
+
+// Staging: a fresh stage folder with the bundle's folders and the executable in it. `missing` is
+// set when there is no executable to stage.
+struct Staged
+{
+    bool missing = false;
+    QString error;
+};
+
+QFuture<Staged> startStaging(QString executable, QString stage, QString app)
+{
+    return QtConcurrent::run(
+        [executable = std::move(executable), stage = std::move(stage), app = std::move(app)] {
+            Staged staged;
+            if (!QFileInfo::exists(executable)) {
+                staged.missing = true;
+                return staged;
+            }
+            const QFileInfo old(stage);
+            if (old.isDir() && !old.isSymLink())
+                QDir(stage).removeRecursively();
+            else if (old.exists() || old.isSymLink())
+                QFile::remove(stage);
+            staged.error = makeFolder(app + QStringLiteral("/Contents/MacOS"));
+            if (staged.error.isEmpty())
+                staged.error = makeFolder(app + QStringLiteral("/Contents/Resources"));
+            if (staged.error.isEmpty())
+                staged.error = copyTree(executable, app + QStringLiteral("/Contents/MacOS/App"));
+            return staged;
+        });
+}
+
+// The assets, when the source has any, and the Info.plist.
+QFuture<QString> startFilling(QString dir, QString app, QByteArray plist)
+{
+    return QtConcurrent::run([dir = std::move(dir), app = std::move(app), plist = std::move(plist)] {
+        const QString assets = QDir(dir).filePath(QStringLiteral(".assets"));
+        if (QFileInfo(assets).isDir()) {
+            if (const QString failed = copyTree(assets, app + QStringLiteral("/Contents/Resources/Assets"));
+                !failed.isEmpty())
+                return failed;
+        }
+        return writeAtomically(app + QStringLiteral("/Contents/Info.plist"), plist);
+    });
+}
+
+QFuture<bool> startLooking(QString path)
+{
+    return QtConcurrent::run([path = std::move(path)] { return QFileInfo::exists(path); });
+}
+
+// The signed bundle copied into its folder in Downloads, an earlier copy there removed first.
+QFuture<QString> startPlacing(QString app, QString destination, QString saved)
+{
+    return QtConcurrent::run(
+        [app = std::move(app), destination = std::move(destination), saved = std::move(saved)] {
+            const QFileInfo old(destination);
+            if (old.isDir() && !old.isSymLink())
+                QDir(destination).removeRecursively();
+            else if (old.exists() || old.isSymLink())
+                QFile::remove(destination);
+            if (const QString failed = makeFolder(destination); !failed.isEmpty())
+                return failed;
+            return copyTree(app, saved);
+        });
+}
+
 } // namespace
+
+const char* const serviceFolderName = "Brightloom";
 
 QString savedAppsFolder(const QString& job)
 {
-    const QString jobFolder = job.left(8);
+    const QString jobFolder = text::firstCharacters(job, 8);
     // The id becomes a folder name that is removed and made anew: it must name one folder.
     if (jobFolder.isEmpty() || jobFolder == QLatin1String(".") || jobFolder == QLatin1String("..") ||
         jobFolder.contains(QLatin1Char('/')) || jobFolder.contains(QChar(0)))
         throw APIError(QStringLiteral("The job id ") + job + QStringLiteral(" cannot name a folder."));
-    const QString service = API::chooseBase(qEnvironmentVariable("BRIGHTLOOM_URL")).host();
-    return QStandardPaths::writableLocation(QStandardPaths::DownloadLocation) + QLatin1Char('/') + service +
-           QLatin1Char('/') + jobFolder;
+    return QStandardPaths::writableLocation(QStandardPaths::DownloadLocation) + QLatin1Char('/') +
+           QString::fromLatin1(serviceFolderName) + QLatin1Char('/') + jobFolder;
 }
 
 QCoro::Task<QString> package(QString dir, QString job, std::optional<QString> version, Limits limits)
 {
     const QDir source(dir);
-    const QString name = displayName(readAll(source.filePath(QStringLiteral("app.json"))));
+    const Described described = co_await startDescribing(dir);
+    const QString& name = described.name;
     const QString slug = bundleSlug(name);
 
     // The build tool names the product folder on its last line; its status says nothing useful here.
@@ -91,37 +183,26 @@ QCoro::Task<QString> package(QString dir, QString job, std::optional<QString> ve
         co_await run(toolPath(QStringLiteral("xcrun")), binPathArguments(), dir, limits.findProduct);
     const QStringList lines = binPath.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     const QString productFolder = lines.isEmpty() ? QString() : trimSpacesAndTabs(lines.last());
-    const QString executable = productFolder + QStringLiteral("/App");
-    if (productFolder.isEmpty() || !QFileInfo::exists(executable))
+    if (productFolder.isEmpty())
         throw APIError(QStringLiteral("The build produced no executable."));
 
     const QString stage = source.filePath(QStringLiteral(".stage"));
-    co_await removeInBackground(stage);
     const QString app = stage + QLatin1Char('/') + slug + QStringLiteral(".app");
-    makeFolder(app + QStringLiteral("/Contents/MacOS"));
-    makeFolder(app + QStringLiteral("/Contents/Resources"));
-    if (const QString failed =
-            co_await copyTreeInBackground(executable, app + QStringLiteral("/Contents/MacOS/App"));
-        !failed.isEmpty())
-        throw FileError(failed);
+    const Staged staged = co_await startStaging(productFolder + QStringLiteral("/App"), stage, app);
+    if (staged.missing)
+        throw APIError(QStringLiteral("The build produced no executable."));
+    if (!staged.error.isEmpty())
+        throw FileError(staged.error);
 
     co_await embedFrameworks(dir, app, limits);
 
-    const QString assets = source.filePath(QStringLiteral(".assets"));
-    if (QFileInfo(assets).isDir()) {
-        if (const QString failed =
-                co_await copyTreeInBackground(assets, app + QStringLiteral("/Contents/Resources/Assets"));
-            !failed.isEmpty())
-            throw FileError(failed);
-    }
-
-    const QString manifest = QString::fromUtf8(readAll(source.filePath(QStringLiteral("Package.swift"))));
-    const QString plist =
-        infoPlist(name, version.value_or(QStringLiteral("1.0")), minimumSystemVersion(manifest));
-    writeAtomically(app + QStringLiteral("/Contents/Info.plist"), plist.toUtf8());
+    const QString plist = infoPlist(name, version.value_or(QStringLiteral("1.0")), described.minimumSystem);
+    if (const QString failed = co_await startFilling(dir, app, plist.toUtf8()); !failed.isEmpty())
+        throw FileError(failed);
 
     QString icon = source.filePath(QStringLiteral("icon.png"));
-    if (!QFileInfo::exists(icon)) {
+    const bool ownIcon = co_await startLooking(icon);
+    if (!ownIcon) {
         icon = stage + QStringLiteral("/icon.png");
         co_await drawLetterIconInBackground(name, icon);
     }
@@ -130,13 +211,11 @@ QCoro::Task<QString> package(QString dir, QString job, std::optional<QString> ve
     const Output signature =
         co_await run(toolPath(QStringLiteral("codesign")), signArguments(app), std::nullopt, limits.sign);
     if (signature.code != 0)
-        throw APIError(QStringLiteral("Signing failed: ") + lastCharacters(signature.output, 300));
+        throw APIError(QStringLiteral("Signing failed: ") + text::lastCharacters(signature.output, 300));
 
     const QString destination = savedAppsFolder(job);
-    co_await removeInBackground(destination);
-    makeFolder(destination);
     const QString saved = destination + QLatin1Char('/') + slug + QStringLiteral(".app");
-    if (const QString failed = co_await copyTreeInBackground(app, saved); !failed.isEmpty())
+    if (const QString failed = co_await startPlacing(app, destination, saved); !failed.isEmpty())
         throw FileError(failed);
     co_return saved;
 }

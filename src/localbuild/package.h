@@ -10,8 +10,12 @@
 
 namespace brightloom::LocalBuild {
 
-// Where locally built apps are saved: the service's folder in Downloads (named after the service's
-// host, as for downloaded apps), then one folder per job named with the job id's first 8 characters.
+// The folder in Downloads named after the service, where locally built apps are saved. A fixed name,
+// so an app lands in the same place whichever address of the service is in use.
+extern const char* const serviceFolderName;
+
+// Where a locally built app is saved: the service's folder in Downloads, then one folder per job
+// named with the job id's first 8 characters.
 QString savedAppsFolder(const QString& job);
 
 // Assembles the app of the package in `dir`, which compile() has built: stages "<name>.app" in

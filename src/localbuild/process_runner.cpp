@@ -1,6 +1,8 @@
 #include "process_runner.h"
 
 #include "child_launch.h"
+#include "text/lossy_utf8.h"
+#include "threads/background_priority.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,6 +16,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
 #include <poll.h>
 #include <qcoro/qcorofuture.h>
 #include <sys/syscall.h>
@@ -28,9 +31,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr qsizetype chunkSize = 1 << 20; // as much as the pipe holds
-// Once the child has exited, output still arriving comes from a process it left behind holding the
-// pipe; it is read while it keeps coming, but such a process cannot keep the run open.
-constexpr int leftoverQuietMs = 250;
+// Code units of a text the allocator maps on its own whatever its history (glibc's threshold for
+// that moves up to 32 MB).
+constexpr qsizetype mappedSize = qsizetype(32) << 20;
 
 // Each waiting run holds one thread for the life of its child, so runs get a pool of their own and
 // never starve the shared one that unpacking and decoding use.
@@ -101,7 +104,8 @@ QList<QByteArray> childEnvironment(const QMap<QString, QString>& extra)
 
 // Reads the pipe and decodes the stream as it arrives, so the whole output never sits in memory
 // twice. A multi-byte character cut by a chunk's end is kept back for the next read; only at the end
-// of the stream is an unfinished one replaced.
+// of the stream is an unfinished one replaced. Damaged sequences become one U+FFFD each, so decoding
+// chunk by chunk gives the same text as decoding the whole stream at once.
 class StreamText
 {
 public:
@@ -160,12 +164,16 @@ private:
         if (bytes.isEmpty())
             return;
         // Grows by doubling through realloc; the unused end is never touched, so it costs no memory.
-        if (m_text.size() < m_used + bytes.size())
-            m_text.resize(std::max<qsizetype>(m_used + bytes.size(), m_text.size() * 2));
-        QStringDecoder decoder(QStringDecoder::Utf8,
-                               QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+        // Once past its first size it jumps to a size the allocator always maps on its own: growing
+        // such a block moves pages instead of copying bytes while holding the allocator's lock, which
+        // any other thread freeing memory of this thread's may be waiting for (the main thread
+        // among them).
+        if (m_text.size() < m_used + bytes.size()) {
+            const qsizetype grown = m_text.isEmpty() ? 0 : std::max<qsizetype>(m_text.size() * 2, mappedSize);
+            m_text.resize(std::max<qsizetype>(m_used + bytes.size(), grown));
+        }
         QChar* start = m_text.data();
-        const QChar* end = decoder.appendToBuffer(start + m_used, bytes);
+        const QChar* end = text::decodeUtf8Repairing(bytes, start + m_used);
         m_used = end - start;
     }
 
@@ -298,17 +306,17 @@ Output runBlocking(const Job& job)
     bool signalled = false;
     bool pipeOpen = true;
     bool exited = false;
-    Clock::time_point quietSince{};
-    bool quiet = false;
     StreamText text;
 
+    // The pipe is read to its end, also after the child has exited: a process it left behind may
+    // still write. Such a process can hold the run only until the tool's own time limit; then what
+    // has come is kept and the run ends.
     while (pipeOpen || !exited) {
         if (pipeOpen) {
             ssize_t n = 0;
             const QByteArrayView chunk = text.read(reader.get(), n);
             if (n > 0) {
                 observe(job.onOutput, chunk);
-                quiet = false;
                 continue;
             }
             if (n == 0) {
@@ -324,29 +332,21 @@ Output runBlocking(const Job& job)
             exited = true;
             continue; // the pipe may hold its last output
         }
-        if (exited && pipeOpen) {
-            const auto now = Clock::now();
-            if (!quiet) {
-                quiet = true;
-                quietSince = now;
-            }
-            if (now - quietSince >= std::chrono::milliseconds(leftoverQuietMs))
-                break;
-        }
 
         int waitMs = -1;
         const auto now = Clock::now();
-        if (deadline && !signalled && !exited) {
-            if (now >= *deadline) {
+        if (deadline && now >= *deadline) {
+            if (exited)
+                break; // what is in the pipe has just been read
+            if (!signalled) {
                 child.terminate();
                 signalled = true;
                 continue;
             }
+        } else if (deadline) {
             waitMs = int(std::chrono::ceil<std::chrono::milliseconds>(*deadline - now).count());
         }
-        if (exited)
-            waitMs = leftoverQuietMs;
-        else if (child.waitFd() < 0)
+        if (!exited && child.waitFd() < 0)
             waitMs = waitMs < 0 ? 50 : std::min(waitMs, 50);
         pollfd watched[2];
         nfds_t count = 0;
@@ -362,9 +362,16 @@ Output runBlocking(const Job& job)
     return result;
 }
 
-QFuture<Output> startRun(Job job)
+// The output travels in a box that the caller empties, so that the future, which keeps its result
+// until its last watcher goes, never holds a second reference to a text of hundreds of megabytes:
+// whoever holds the only one decides on which thread it is freed.
+QFuture<std::shared_ptr<Output>> startRun(Job job)
 {
-    return QtConcurrent::run(&runnerPool(), [job = std::move(job)] { return runBlocking(job); });
+    return QtConcurrent::run(&runnerPool(), [job = std::move(job)] {
+        // The tool started from here inherits the lowered priority.
+        yieldToMainThread();
+        return std::make_shared<Output>(runBlocking(job));
+    });
 }
 
 QByteArray absoluteExecutable(const QString& executable)
@@ -397,7 +404,15 @@ QCoro::Task<Output> run(QString executable, QStringList arguments, std::optional
         job.cwd = QFile::encodeName(*cwd);
     job.timeout = timeout;
     job.onOutput = std::move(onOutput);
-    co_return co_await startRun(std::move(job));
+    const std::shared_ptr<Output> ran = co_await startRun(std::move(job));
+    co_return std::move(*ran);
+}
+
+void releaseInBackground(QString text)
+{
+    if (text.size() < (1 << 20))
+        return; // small enough to free wherever it is
+    QThreadPool::globalInstance()->start([text = std::move(text)]() mutable { text = QString(); });
 }
 
 } // namespace brightloom::LocalBuild

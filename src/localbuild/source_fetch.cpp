@@ -2,10 +2,11 @@
 
 #include "source_fetch.h"
 
+#include "archive/zip_extraction.h"
 #include "service/api.h"
 #include "service/api_error.h"
 #include "service/file_download.h"
-#include "zip_extraction.h"
+#include "text/characters.h"
 
 #include <QDir>
 #include <QFile>
@@ -62,11 +63,6 @@ QFuture<QString> startMakingFresh(QString folder)
     return QtConcurrent::run([folder = std::move(folder)] { return freshFolder(folder); });
 }
 
-QString lastCharacters(const QString& text, qsizetype count)
-{
-    return text.size() <= count ? text : text.right(count);
-}
-
 // The vetting of the unpacked tree and its manifest, which reads many files: on the thread pool,
 // its refusal carried back to the caller.
 std::exception_ptr vet(const QString& folder)
@@ -116,7 +112,8 @@ QCoro::Task<QString> fetchSource(QNetworkAccessManager& network, QString from, Q
     const QUrl url = sourceAddress(from);
     const QString folder = projectFolder(job);
 
-    // The temporary archive is removed with `fetched`, whichever way this ends.
+    // The temporary archive is removed with `fetched`, whichever way this ends; once unpacked, on the
+    // thread pool.
     FetchedFile fetched = co_await fetchToFile(network, url);
 
     const QString notMade = co_await startMakingFresh(folder);
@@ -125,10 +122,10 @@ QCoro::Task<QString> fetchSource(QNetworkAccessManager& network, QString from, Q
 
     const zip::Result unpacked =
         co_await zip::extractInBackground(fetched.file->fileName(), folder, sourceLimits());
-    fetched.file.reset();
+    co_await discardInBackground(std::move(fetched));
     if (!unpacked.ok)
         throw APIError(QStringLiteral("Could not unpack the source: ") +
-                       lastCharacters(unpacked.error, quotedTail));
+                       text::lastCharacters(unpacked.error, quotedTail));
 
     const std::exception_ptr refusal = co_await startVetting(folder);
     if (refusal)

@@ -63,26 +63,111 @@ qsizetype countMatches(const QString& pattern, const QString& text)
     return count;
 }
 
-QString trimSpacesAndTabs(QStringView line)
+// White space within a line, as the Swift compiler reads it.
+bool isSwiftSpace(QChar c)
+{
+    return c == QLatin1Char(' ') || c == QLatin1Char('\t') || c == QLatin1Char('\v') ||
+           c == QLatin1Char('\f') || c == QChar(0);
+}
+
+QStringView trimSwiftSpace(QStringView text)
 {
     qsizetype start = 0;
-    qsizetype end = line.size();
-    const auto blank = [](QChar c) { return c == QLatin1Char(' ') || c == QLatin1Char('\t'); };
-    while (start < end && blank(line[start]))
+    qsizetype end = text.size();
+    while (start < end && isSwiftSpace(text[start]))
         ++start;
-    while (end > start && blank(line[end - 1]))
+    while (end > start && isSwiftSpace(text[end - 1]))
         --end;
-    return line.sliced(start, end - start).toString();
+    return text.sliced(start, end - start);
+}
+
+bool isIdentifierPart(QChar c)
+{
+    return c.isLetterOrNumber() || c == QLatin1Char('_');
+}
+
+// `text` without the attributes ("@name", "@name(...)") and access levels ("public", "internal", ...)
+// that may stand before a declaration.
+QStringView withoutAttributesAndAccess(QStringView text)
+{
+    static const QStringList accessLevels = {QStringLiteral("public"),   QStringLiteral("package"),
+                                             QStringLiteral("internal"), QStringLiteral("fileprivate"),
+                                             QStringLiteral("private"),  QStringLiteral("open")};
+    for (;;) {
+        text = trimSwiftSpace(text);
+        if (text.startsWith(QLatin1Char('@'))) {
+            qsizetype at = 1;
+            while (at < text.size() && isIdentifierPart(text[at]))
+                ++at;
+            while (at < text.size() && isSwiftSpace(text[at]))
+                ++at;
+            if (at < text.size() && text[at] == QLatin1Char('(')) {
+                int depth = 0;
+                for (; at < text.size(); ++at) {
+                    if (text[at] == QLatin1Char('('))
+                        ++depth;
+                    else if (text[at] == QLatin1Char(')') && --depth == 0) {
+                        ++at;
+                        break;
+                    }
+                }
+            }
+            text = text.sliced(at);
+            continue;
+        }
+        bool stripped = false;
+        for (const QString& level : accessLevels) {
+            if (text.startsWith(level) && text.size() > level.size() && isSwiftSpace(text[level.size()])) {
+                text = text.sliced(level.size());
+                stripped = true;
+                break;
+            }
+        }
+        if (!stripped)
+            return text;
+    }
+}
+
+// Whether a declaration that starts `text` is an import: the keyword, then white space or nothing,
+// after any attributes and access level.
+bool declaresAnImport(QStringView text)
+{
+    const QStringView rest = withoutAttributesAndAccess(text);
+    const QLatin1String keyword("import");
+    return rest.startsWith(keyword) && (rest.size() == keyword.size() || isSwiftSpace(rest[keyword.size()]));
+}
+
+// Every import of the manifest, as written between white space. A declaration can start a line (a
+// line feed or a carriage return ends one), follow a ";" or follow the end of a block comment, so
+// each of those starts a piece that is looked at.
+QStringList importsOf(const QString& manifest)
+{
+    QStringList imports;
+    qsizetype start = 0;
+    const qsizetype size = manifest.size();
+    for (qsizetype at = 0; at <= size; ++at) {
+        qsizetype separator = 0;
+        if (at == size)
+            separator = 1;
+        else if (manifest[at] == QLatin1Char('\n') || manifest[at] == QLatin1Char('\r') ||
+                 manifest[at] == QLatin1Char(';'))
+            separator = 1;
+        else if (manifest[at] == QLatin1Char('*') && at + 1 < size && manifest[at + 1] == QLatin1Char('/'))
+            separator = 2;
+        if (separator == 0)
+            continue;
+        const QStringView piece = trimSwiftSpace(QStringView(manifest).sliced(start, at - start));
+        if (declaresAnImport(piece))
+            imports.append(piece.toString());
+        at += separator - 1;
+        start = at + 1;
+    }
+    return imports;
 }
 
 void checkImports(const QString& manifest)
 {
-    QStringList imports;
-    for (QStringView line : QStringView(manifest).split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-        QString trimmed = trimSpacesAndTabs(line);
-        if (trimmed.startsWith(QLatin1String("import ")))
-            imports.append(std::move(trimmed));
-    }
+    const QStringList imports = importsOf(manifest);
     if (imports.size() != 1 || imports.front() != allowedImport())
         throw Rejected(QStringLiteral("Package.swift imports something other than PackageDescription"));
 }

@@ -1,5 +1,7 @@
 #include "tree_copy.h"
 
+#include "threads/background_priority.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -75,7 +77,10 @@ QString copyTree(const QString& from, const QString& to)
 // temporary of a co_await expression twice.
 QFuture<QString> startCopyingTree(const QString& from, const QString& to)
 {
-    return QtConcurrent::run([from, to] { return copyTree(from, to); });
+    return QtConcurrent::run([from, to] {
+        yieldToMainThread();
+        return copyTree(from, to);
+    });
 }
 
 QFuture<void> startRemoving(const QString& path)

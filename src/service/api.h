@@ -3,6 +3,7 @@
 #include "file_download.h"
 #include "record_codec.h"
 #include "records.h"
+#include "service_limits.h"
 
 #include <QByteArray>
 #include <QJsonObject>
@@ -19,6 +20,7 @@
 #include <qcoro/qcorotask.h>
 
 class QNetworkAccessManager;
+class QThread;
 
 namespace brightloom {
 
@@ -43,15 +45,27 @@ public:
 
     // BRIGHTLOOM_URL when it holds an absolute http(s) address, else the built-in address.
     static QUrl chooseBase(const QString& environmentValue);
+    // Whether BRIGHTLOOM_URL holds an address chooseBase() takes.
+    static bool acceptableBase(const QString& environmentValue);
 
     bool signedIn() const { return m_signedIn; }
     bool checking() const { return m_checking; }
     const QList<Project>& projects() const { return m_projects; }
     const QUrl& base() const { return m_base; }
 
-    // How long a request may take before it fails as timed out; 60 seconds unless changed.
-    std::chrono::milliseconds requestTimeout() const { return m_timeout; }
-    void setRequestTimeout(std::chrono::milliseconds timeout) { m_timeout = timeout; }
+    using Limits = ServiceLimits;
+    // Redirects within the service that one call follows; the next one is its answer.
+    static constexpr int redirectLimit = 10;
+
+    // What a call or a download may take from the network; the product's limits unless changed.
+    const Limits& limits() const { return m_limits; }
+    void setLimits(const Limits& limits) { m_limits = limits; }
+    // How long a request may go without a byte before it fails as timed out; 60 seconds unless
+    // changed.
+    std::chrono::milliseconds requestTimeout() const { return m_limits.silence; }
+    void setRequestTimeout(std::chrono::milliseconds timeout) { m_limits.silence = timeout; }
+    // Runs the clock of the time limits `rate` times faster, so that tests see the real limits act.
+    void setClockRate(double rate) { m_clockRate = rate > 0 ? rate : 1; }
 
     // How the browser sign-in page is shown; the front end sets it once.
     void setSignInPage(SignInPage* page) { m_signInPage = page; }
@@ -94,7 +108,8 @@ public:
     // Fetches an app archive, unpacks it into a fresh folder of Downloads and answers the app's path.
     QCoro::Task<QString> downloadApp(QString from, DownloadProgress progress = {});
 
-    // The session file downloads go through (no service cookies, extra trust applied).
+    // The session file downloads go through (no service cookies, extra trust applied). It lives on a
+    // thread of its own: use it only through fetchToFile().
     QNetworkAccessManager& downloadSession() const { return *m_downloads; }
 
     // An icon's address: absolute when the text starts with "http", else resolved against the base.
@@ -107,17 +122,24 @@ Q_SIGNALS:
 
 private:
     QUrl endpoint(const QString& path) const;
+    // A time limit as the clock in use runs it.
+    std::chrono::milliseconds onClock(std::chrono::milliseconds limit) const;
+    // The limits of a download, on the clock in use.
+    DownloadLimits downloadLimits() const;
     void setSignedIn(bool value);
     void setChecking(bool value);
     void setProjects(QList<Project> value);
 
     QUrl m_base;
+    QString m_baseText; // the address as it was written, for the "Origin" header
     QString serviceDownloadsFolder() const;
 
     QNetworkAccessManager* m_network;
-    QNetworkAccessManager* m_downloads; // file downloads: no service cookies, no Origin
+    QNetworkAccessManager* m_downloads; // file downloads: no service cookies, no Origin; on its thread
+    QThread* m_downloadThread;
     SignInPage* m_signInPage = nullptr;
-    std::chrono::milliseconds m_timeout = std::chrono::seconds(60);
+    Limits m_limits;
+    double m_clockRate = 1;
     bool m_signedIn = false;
     bool m_checking = true;
     QList<Project> m_projects;

@@ -3,8 +3,9 @@
 #include "api.h"
 #include "api_error.h"
 #include "app/paths.h"
+#include "archive/zip_extraction.h"
 #include "file_download.h"
-#include "localbuild/zip_extraction.h"
+#include "text/characters.h"
 
 #include <QDir>
 #include <QFile>
@@ -55,6 +56,11 @@ QFuture<QString> startMoving(QString from, QString folder, QString base)
     });
 }
 
+QFuture<bool> startRemoving(QString path)
+{
+    return QtConcurrent::run([path = std::move(path)] { return QFile::remove(path); });
+}
+
 QFuture<bool> startRenaming(QString from, QString to)
 {
     return QtConcurrent::run(
@@ -83,7 +89,7 @@ QString API::serviceDownloadsFolder() const
 QCoro::Task<QString> API::downloadDmg(QString from, QString name, DownloadProgress progress)
 {
     const QUrl url = downloadAddress(from);
-    FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress));
+    FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress), downloadLimits());
     if (fetched.status >= 400)
         throw APIError(QStringLiteral("The download failed (") + QString::number(fetched.status) +
                        QStringLiteral(")."));
@@ -102,16 +108,18 @@ QCoro::Task<QString> API::downloadApp(QString from, DownloadProgress progress)
 {
     const QUrl url = downloadAddress(from);
     // The status is not examined: an error page simply fails to unpack.
-    FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress));
-    const QString folder = serviceDownloadsFolder() + QLatin1Char('/') +
-                           QUuid::createUuid().toString(QUuid::WithoutBraces).left(8).toUpper();
+    FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress), downloadLimits());
+    const QString folder =
+        serviceDownloadsFolder() + QLatin1Char('/') +
+        text::firstCharacters(QUuid::createUuid().toString(QUuid::WithoutBraces), 8).toUpper();
     makeFolder(folder);
     const QString archive = folder + QStringLiteral("/app.zip");
     if (!co_await startRenaming(fetched.file->fileName(), archive))
         throw FileError(QStringLiteral("Could not save the app archive in %1.").arg(folder));
     fetched.file->setAutoRemove(false);
     const zip::Result unpacked = co_await zip::extractInBackground(archive, folder, appArchiveLimits);
-    QFile::remove(archive);
+    QFuture<bool> removed = startRemoving(archive);
+    co_await removed;
     const QString app = unpacked.ok ? firstApp(folder) : QString();
     if (app.isEmpty())
         throw APIError(QStringLiteral("Could not unpack the downloaded app"));

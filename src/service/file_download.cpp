@@ -1,36 +1,37 @@
 #include "file_download.h"
 
 #include "api_error.h"
+#include "file_transfer.h"
 
 #include <QDir>
+#include <QFile>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <qcoro/qcoronetworkreply.h>
+#include <QtConcurrent/QtConcurrentRun>
+#include <qcoro/qcorofuture.h>
 
 namespace brightloom {
 namespace {
 
-constexpr qint64 readBuffer = 1 << 20;
-constexpr int idleTimeoutMs = 60'000;
-
-struct DeleteLater
+QFuture<void> startRemoving(QString path)
 {
-    void operator()(QObject* object) const { object->deleteLater(); }
-};
-
-// Writes whatever has arrived; remembers a failed write so the download ends with its reason.
-void drain(QNetworkReply& reply, QTemporaryFile& file, QString& writeError)
-{
-    while (reply.bytesAvailable() > 0) {
-        const QByteArray chunk = reply.read(readBuffer);
-        if (writeError.isEmpty() && file.write(chunk) != chunk.size())
-            writeError = file.errorString();
-    }
+    return QtConcurrent::run([path = std::move(path)] { QFile::remove(path); });
 }
 
 } // namespace
 
-QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url, DownloadProgress progress)
+QCoro::Task<> discardInBackground(FetchedFile fetched)
+{
+    if (!fetched.file)
+        co_return;
+    fetched.file->close();
+    fetched.file->setAutoRemove(false);
+    QFuture<void> removed = startRemoving(fetched.file->fileName());
+    co_await removed;
+}
+
+QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url, DownloadProgress progress,
+                                     DownloadLimits limits)
 {
     FetchedFile fetched;
     fetched.file =
@@ -38,33 +39,33 @@ QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url, D
     if (!fetched.file->open())
         throw FileError(QStringLiteral("Could not make a temporary file: ") + fetched.file->errorString());
 
-    QNetworkRequest request(url);
-    request.setTransferTimeout(idleTimeoutMs);
-    std::unique_ptr<QNetworkReply, DeleteLater> reply(network.get(request));
-    // Bounded buffering: the network pauses until the chunk in hand is on disk.
-    reply->setReadBufferSize(readBuffer);
-    auto writeError = std::make_shared<QString>();
-    QNetworkReply* raw = reply.get();
-    QTemporaryFile* file = fetched.file.get();
-    QObject::connect(raw, &QNetworkReply::readyRead, raw,
-                     [raw, file, writeError] { drain(*raw, *file, *writeError); });
-    if (progress)
-        QObject::connect(raw, &QNetworkReply::downloadProgress, raw, progress);
-    co_await raw;
-    QObject::disconnect(raw, &QNetworkReply::readyRead, nullptr, nullptr);
-    drain(*raw, *file, *writeError);
+    // The transfer runs on the session's thread; progress comes back to this one through `relay`.
+    const std::unique_ptr<QObject> relay = std::make_unique<QObject>();
+    const auto end = std::make_shared<TransferEnd>();
+    QFuture<void> transferred = startTransfer(network, std::move(url), fetched.file.get(), limits,
+                                              std::move(progress), relay.get(), end);
+    co_await transferred;
     fetched.file->close();
-
-    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    fetched.status = status.isValid() ? status.toInt() : 0;
-    const bool httpError = fetched.status >= 400;
-    if (reply->error() != QNetworkReply::NoError && !httpError) {
-        if (reply->error() == QNetworkReply::OperationCanceledError)
-            throw TransportError(QStringLiteral("The download timed out."));
-        throw TransportError(QStringLiteral("The download failed: ") + reply->errorString());
+    if (!end->ended)
+        throw TransportError(QStringLiteral("The download stopped: the client that ran it was closed."));
+    if (end->tooLarge) {
+        // The partial file may be gigabytes: removed on the thread pool, and only then reported.
+        co_await discardInBackground(std::move(fetched));
+        throw APIError(QStringLiteral("The download was larger than ") + sizeText(limits.maxBytes) +
+                       QLatin1Char('.'));
     }
-    if (!writeError->isEmpty())
-        throw FileError(QStringLiteral("Could not save the download: ") + *writeError);
+
+    fetched.status = end->status;
+    const bool httpError = fetched.status >= 400;
+    if (end->error != QNetworkReply::NoError && !httpError) {
+        if (end->error == QNetworkReply::OperationCanceledError)
+            throw TransportError(QStringLiteral("The download timed out."));
+        if (!end->decompression.isEmpty())
+            throw TransportError(end->decompression);
+        throw TransportError(QStringLiteral("The download failed: ") + end->errorText);
+    }
+    if (!end->writeError.isEmpty())
+        throw FileError(QStringLiteral("Could not save the download: ") + end->writeError);
     co_return fetched;
 }
 

@@ -2,6 +2,7 @@
 
 #include "record_codec.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <nlohmann/json.hpp>
@@ -14,6 +15,11 @@ namespace {
 using json = nlohmann::json;
 
 // The parser's event interface, driven without recursion: every open object or array is a frame.
+//
+// A key given twice in one object takes its last value, as the platform's decoder keeps the last
+// occurrence: a list starts again, and a value that did not fit the record is forgotten with the
+// occurrence it belonged to. So such failures wait until the end of the reply, each with the keys
+// that lead to it, and one of those keys given again clears it.
 class Reader
 {
 public:
@@ -23,7 +29,7 @@ public:
     {
         if (Frame* f = valueFrame(); f && f->field) {
             if (f->field->required || f->type == Frame::Array)
-                return fail(fieldName(*f) + " must not be null");
+                return wrong(*f, fieldName(*f) + " must not be null");
             f->field->clear(f->target);
             done(*f);
         }
@@ -49,7 +55,7 @@ public:
             Frame* f = valueFrame();
             if (!f || !f->field)
                 return m_error.empty();
-            return f->field->kind == Kind::Int ? fail(fieldName(*f) + " does not fit in 64 bits")
+            return f->field->kind == Kind::Int ? wrong(*f, fieldName(*f) + " does not fit in 64 bits")
                                                : mismatch(*f, "a number");
         }
         return integer(std::int64_t(v));
@@ -68,11 +74,11 @@ public:
         // An integer literal reaches here only when it overflowed 64 bits; its rounded value could
         // still look in range.
         if (text.find_first_of(".eE") == std::string::npos)
-            return fail(fieldName(*f) + " does not fit in 64 bits");
+            return wrong(*f, fieldName(*f) + " does not fit in 64 bits");
         if (!std::isfinite(v) || std::trunc(v) != v)
-            return fail(fieldName(*f) + " must be an integer");
+            return wrong(*f, fieldName(*f) + " must be an integer");
         if (v >= limit || v < -limit)
-            return fail(fieldName(*f) + " does not fit in 64 bits");
+            return wrong(*f, fieldName(*f) + " does not fit in 64 bits");
         return integer(std::int64_t(v));
     }
 
@@ -99,7 +105,7 @@ public:
             if (m_started)
                 return fail("unexpected object");
             m_started = true;
-            m_stack.push_back(Frame{Frame::Object, &m_rootSchema, m_root});
+            push(Frame{Frame::Object, &m_rootSchema, m_root});
             return true;
         }
         Frame& f = m_stack.back();
@@ -113,10 +119,10 @@ public:
         const bool fits = (kind == Kind::Object && f.type == Frame::Object) ||
                           (kind == Kind::ObjectArray && f.type == Frame::Array);
         if (!fits)
-            return mismatch(f, "an object");
+            return mismatch(f, "an object") && skip();
         Frame child{Frame::Object, &f.field->nested(), f.field->addObject(f.target)};
         child.key = f.field->key;
-        m_stack.push_back(child);
+        push(child);
         return true;
     }
 
@@ -134,6 +140,12 @@ public:
                 break;
             }
         }
+        if (f.field && (f.seen & (std::uint64_t(1) << f.fieldIndex))) {
+            // Given again: the earlier value goes, with whatever was wrong with it.
+            if (f.field->reset)
+                f.field->reset(f.target);
+            forget(f.serial, f.fieldIndex);
+        }
         return true;
     }
 
@@ -144,8 +156,11 @@ public:
             return leaveSkip();
         const auto& fields = f.schema->fields;
         for (std::size_t i = 0; i < fields.size(); ++i) {
-            if (fields[i].required && !(f.seen & (std::uint64_t(1) << i)))
-                return fail("\"" + std::string(fields[i].key) + "\" is missing" + where(m_stack.size()));
+            if (fields[i].required && !(f.seen & (std::uint64_t(1) << i))) {
+                if (!defer("\"" + std::string(fields[i].key) + "\" is missing" + where(m_stack.size())))
+                    return false;
+                break;
+            }
         }
         m_stack.pop_back();
         if (!m_stack.empty())
@@ -166,11 +181,11 @@ public:
             return skip();
         const Kind kind = f.field->kind;
         if (f.type != Frame::Object || (kind != Kind::ObjectArray && kind != Kind::StringArray))
-            return mismatch(f, "an array");
+            return mismatch(f, "an array") && skip();
         Frame array{Frame::Array, f.schema, f.target};
         array.field = f.field;
         array.key = f.field->key;
-        m_stack.push_back(array);
+        push(array);
         return true;
     }
 
@@ -197,6 +212,8 @@ public:
             throw DecodeError(m_error);
         if (!m_started)
             throw DecodeError("the reply is not a JSON object");
+        if (!m_pending.empty())
+            throw DecodeError(m_pending.front().text);
     }
 
 private:
@@ -208,10 +225,27 @@ private:
         const Field* field = nullptr; // Object: the field whose value comes next; Array: the array's field
         std::size_t fieldIndex = 0;
         std::uint64_t seen = 0;
-        std::size_t index = 0; // Array: elements read so far
-        std::size_t depth = 0; // Skip: nesting depth
-        std::string_view key;  // the field this frame was entered through, for error texts
+        std::size_t index = 0;    // Array: elements read so far
+        std::size_t depth = 0;    // Skip: nesting depth
+        std::string_view key;     // the field this frame was entered through, for error texts
+        std::uint64_t serial = 0; // tells this frame from later ones at the same depth
     };
+
+    // A failure that a later occurrence of one of the keys leading to it would take back.
+    struct Pending
+    {
+        std::string text;
+        std::vector<std::pair<std::uint64_t, std::size_t>> keys; // (frame serial, field index)
+    };
+
+    // So many waiting failures mean a reply that is wrong throughout; the first is then final.
+    static constexpr std::size_t maxPending = 1024;
+
+    void push(Frame frame)
+    {
+        frame.serial = ++m_serials;
+        m_stack.push_back(frame);
+    }
 
     // The frame a scalar value belongs to; null before the root object or after it.
     Frame* valueFrame()
@@ -256,8 +290,42 @@ private:
     {
         Frame s{Frame::Skip};
         s.depth = 1;
-        m_stack.push_back(s);
+        push(s);
         return true;
+    }
+
+    // A value that does not fit the record: the failure waits, and the value counts as given.
+    bool wrong(Frame& f, std::string text)
+    {
+        if (!defer(std::move(text)))
+            return false;
+        return done(f);
+    }
+
+    // Keeps a failure until the end, with the keys that lead to it; final at once when no key could
+    // take it back.
+    bool defer(std::string text)
+    {
+        Pending pending{std::move(text), {}};
+        for (const Frame& f : m_stack) {
+            if (f.type == Frame::Object && f.field)
+                pending.keys.emplace_back(f.serial, f.fieldIndex);
+        }
+        if (pending.keys.empty())
+            return fail(std::move(pending.text));
+        if (m_pending.size() >= maxPending)
+            return fail(m_pending.front().text);
+        m_pending.push_back(std::move(pending));
+        return true;
+    }
+
+    // Takes back the failures that the key `fieldIndex` of the frame `serial` led to.
+    void forget(std::uint64_t serial, std::size_t fieldIndex)
+    {
+        const std::pair<std::uint64_t, std::size_t> key(serial, fieldIndex);
+        std::erase_if(m_pending, [&key](const Pending& p) {
+            return std::find(p.keys.cbegin(), p.keys.cend(), key) != p.keys.cend();
+        });
     }
 
     bool leaveSkip()
@@ -267,7 +335,7 @@ private:
         return true;
     }
 
-    bool mismatch(const Frame& f, const char* found)
+    bool mismatch(Frame& f, const char* found)
     {
         static constexpr const char* expected[] = {"a string",  "a Boolean",         "an integer",
                                                    "an object", "a list of strings", "a list of objects"};
@@ -275,7 +343,7 @@ private:
         std::string want = expected[int(kind)];
         if (f.type == Frame::Array)
             want = kind == Kind::StringArray ? "a string" : "an object";
-        return fail(fieldName(f) + " must be " + want + ", not " + found);
+        return wrong(f, fieldName(f) + " must be " + want + ", not " + found);
     }
 
     std::string fieldName(const Frame& f) const
@@ -313,6 +381,8 @@ private:
     void* m_root;
     std::vector<Frame> m_stack;
     std::string m_error;
+    std::vector<Pending> m_pending;
+    std::uint64_t m_serials = 0;
     bool m_started = false;
 };
 

@@ -33,6 +33,7 @@ struct Field
     void (*setInt)(void* record, std::int64_t value);
     void* (*addObject)(void* record); // Object: make the nested record; ObjectArray: append one
     void (*addString)(void* record, QString&& value);
+    void (*reset)(void* record); // StringArray and ObjectArray: empty again, for a key given twice
 
     // Writing.
     bool (*present)(const void* record);
@@ -155,6 +156,7 @@ template <auto Member> constexpr Field field(std::string_view key)
         f.getInt = [](const void* r) { return std::int64_t(cvalue(cref<Member>(r))); };
     } else if constexpr (std::is_same_v<Element, QString>) {
         f.kind = Kind::StringArray;
+        f.reset = [](void* r) { ref<Member>(r) = M{}; };
         f.addString = [](void* r, QString&& v) { value<V>(ref<Member>(r)).push_back(std::move(v)); };
         f.count = [](const void* r) { return std::size_t(cvalue(cref<Member>(r)).size()); };
         f.getString = [](const void* r, std::size_t i) -> const QString& {
@@ -164,6 +166,7 @@ template <auto Member> constexpr Field field(std::string_view key)
         using Target = typename Shared<Element>::type;
         f.kind = Kind::ObjectArray;
         f.nested = &recordOf<Target>;
+        f.reset = [](void* r) { ref<Member>(r) = M{}; };
         f.count = [](const void* r) { return std::size_t(cvalue(cref<Member>(r)).size()); };
         if constexpr (Shared<Element>::value) {
             f.addObject = [](void* r) -> void* {

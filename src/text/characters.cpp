@@ -110,4 +110,19 @@ QString lastCharacters(QStringView text, qsizetype count)
     }
 }
 
+void forEachCharacter(QStringView text, const std::function<bool(QStringView)>& visit)
+{
+    if (text.isEmpty())
+        return;
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.constData(), text.size());
+    qsizetype start = 0;
+    for (qsizetype end = finder.toNextBoundary(); end != -1; end = finder.toNextBoundary()) {
+        if (end == start)
+            continue;
+        if (!visit(text.sliced(start, end - start)))
+            return;
+        start = end;
+    }
+}
+
 } // namespace brightloom::text

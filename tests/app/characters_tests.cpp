@@ -1,5 +1,6 @@
 #include "text/characters.h"
 
+#include <QStringList>
 #include <gtest/gtest.h>
 
 namespace {
@@ -86,4 +87,26 @@ TEST(CharactersTest, LongRunOfCombiningMarksStaysOneCharacterAtEitherEnd)
     EXPECT_EQ(firstCharacters(zalgo + QStringLiteral("ab"), 1), zalgo);
     EXPECT_EQ(lastCharacters(QStringLiteral("ab") + zalgo, 1), zalgo);
     EXPECT_EQ(lastCharacters(QStringLiteral("ab") + zalgo, 2), QStringLiteral("b") + zalgo);
+}
+
+TEST(CharactersTest, EachCharacterIsHandedOverWholeUntilTheVisitorStops)
+{
+    QStringList seen;
+    const QString text = QStringLiteral("a") + decomposedE + flagFr + family + smile + QStringLiteral("z");
+    brightloom::text::forEachCharacter(text, [&seen](QStringView character) {
+        seen.append(character.toString());
+        return true;
+    });
+    EXPECT_EQ(seen, QStringList() << QStringLiteral("a") << decomposedE << flagFr << family << smile
+                                  << QStringLiteral("z"));
+    seen.clear();
+    brightloom::text::forEachCharacter(text, [&seen](QStringView character) {
+        seen.append(character.toString());
+        return seen.size() < 2;
+    });
+    EXPECT_EQ(seen, QStringList() << QStringLiteral("a") << decomposedE);
+    brightloom::text::forEachCharacter(QString(), [](QStringView) {
+        ADD_FAILURE() << "an empty text has no characters";
+        return true;
+    });
 }

@@ -115,9 +115,17 @@ TEST_F(CliTest, NoTokenIsEverPrinted)
     const auto list = runCli({QStringLiteral("projects"), QStringLiteral("--json")});
     const auto browser = runCli({QStringLiteral("login"), QStringLiteral("--browser")},
                                 "brightloom://callback?token=ott-SECRET\n");
+    // Each command did its work, so each held a token it could have printed.
     for (const auto* r : {&login, &list, &browser}) {
-        EXPECT_FALSE(r->out.contains(QStringLiteral("SECRET")) || r->err.contains(QStringLiteral("SECRET")));
+        EXPECT_EQ(r->exitCode, 0) << r->err.toStdString();
+        EXPECT_FALSE(r->out.contains(QStringLiteral("SECRET")) || r->err.contains(QStringLiteral("SECRET")))
+            << r->out.toStdString() << r->err.toStdString();
     }
+    EXPECT_EQ(QJsonDocument::fromJson(list.out.toUtf8()), QJsonDocument::fromJson(projectsReply));
+    const auto verify = server.requestsTo(QStringLiteral("/api/auth/one-time-token/verify"));
+    ASSERT_EQ(verify.size(), 1);
+    EXPECT_EQ(QJsonDocument::fromJson(verify[0].body).object().value(QStringLiteral("token")).toString(),
+              QStringLiteral("ott-SECRET"));
 }
 
 TEST_F(CliTest, ServiceCertificateIsTrustedOnlyThroughTheCaFile)

@@ -10,11 +10,15 @@
 #include "zip_maker.h"
 
 #include <QDateTime>
+#include <QFuture>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QPromise>
 #include <QSignalSpy>
 #include <gtest/gtest.h>
+#include <memory>
+#include <qcoro/qcorofuture.h>
 
 using namespace brightloom;
 using namespace brightloom::test;
@@ -39,6 +43,37 @@ QJsonObject job(const QString& id, const QString& status, const QString& mode = 
         o.insert(QStringLiteral("stage"), stage);
     return o;
 }
+
+// The polling loop's clock, moved by the test: each wait is noted and lasts until advance().
+struct HandClock
+{
+    QList<std::chrono::milliseconds> waits;
+    std::shared_ptr<QPromise<void>> pending;
+
+    void advance()
+    {
+        const auto ending = std::exchange(pending, nullptr);
+        if (ending)
+            ending->finish();
+    }
+};
+
+QCoro::Task<> waitOn(std::shared_ptr<HandClock> clock, std::chrono::milliseconds interval)
+{
+    clock->waits.append(interval);
+    auto promise = std::make_shared<QPromise<void>>();
+    promise->start();
+    clock->pending = promise;
+    QFuture<void> ended = promise->future();
+    co_await ended;
+}
+
+ChatView::PollWait waitsOn(const std::shared_ptr<HandClock>& clock)
+{
+    return [clock](std::chrono::milliseconds interval) { return waitOn(clock, interval); };
+}
+
+using std::chrono::milliseconds;
 
 // A service over HTTPS whose project detail the test rewrites between refreshes. Source jobs are
 // built by the real local build with the stand-in developer tools.
@@ -391,8 +426,21 @@ TEST_F(ChatViewTest, ReadySourceJobIsHandedToTheLocalBuildsOnEveryRefreshWhichIg
     refresh(view);
     refresh(view);
     EXPECT_EQ(local.state(QStringLiteral("j1"))->phase, LocalState::Phase::done);
-    EXPECT_EQ(fetches(QStringLiteral("source.zip")), 1);
+    EXPECT_EQ(fetches(QStringLiteral("source.zip")), 1) << "the repeats were ignored";
     EXPECT_EQ(finished.size(), 1);
+
+    // Every refresh hands the job over, though nothing about it changed: with its state forgotten,
+    // each one gives it back (from the app remembered on disk, with no new build).
+    int handedOver = 0;
+    for (int i = 0; i < 3; ++i) {
+        local.remove(QStringLiteral("j1"));
+        refresh(view);
+        if (local.state(QStringLiteral("j1")))
+            ++handedOver;
+    }
+    EXPECT_EQ(handedOver, 3);
+    EXPECT_EQ(local.state(QStringLiteral("j1"))->phase, LocalState::Phase::done);
+    EXPECT_EQ(fetches(QStringLiteral("source.zip")), 1);
 }
 
 TEST_F(ChatViewTest, LocalAreaShowsTheBuiltAppWithItsButtonsAndTheFirstLaunchNote)
@@ -624,28 +672,23 @@ TEST_F(ChatViewTest, StoppedPollingAsksNothingMoreAndStartingAgainRunsOneLoop)
     API api;
     LocalBuilds local;
     ChatView view(api, local, project());
-    view.setPollIntervals(
-        {std::chrono::milliseconds(20), std::chrono::milliseconds(20), std::chrono::milliseconds(20)});
+    const auto clock = std::make_shared<HandClock>();
+    view.setPollWait(waitsOn(clock));
     view.startPolling();
-    ASSERT_TRUE(spinUntil([&] { return detailRequests() >= 2; }, std::chrono::seconds(5)));
+    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 1; }));
     view.stopPolling();
     EXPECT_FALSE(view.polling());
-    const int stopped = detailRequests();
-    spinUntil([] { return false; }, std::chrono::milliseconds(150));
-    EXPECT_LE(detailRequests(), stopped + 1) << "at most the refresh already under way";
-
-    // Stopped and started again within one wait: the old loop ends, so requests come at one pace.
-    view.setPollIntervals(
-        {std::chrono::milliseconds(100), std::chrono::milliseconds(100), std::chrono::milliseconds(100)});
+    clock->advance();
+    // The loop ends at the end of its wait, without a refresh; a new start then refreshes once.
     view.startPolling();
     view.stopPolling();
     view.startPolling();
     ASSERT_TRUE(view.polling());
-    const int restarted = detailRequests();
-    spinUntil([] { return false; }, std::chrono::milliseconds(450));
-    const int made = detailRequests() - restarted;
-    EXPECT_GE(made, 2);
-    EXPECT_LE(made, 7) << "two loops would ask about twice as often (about ten times)";
+    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 2 && detailRequests() == 3; }));
+    clock->advance();
+    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 3; }));
+    EXPECT_EQ(detailRequests(), 4) << "one loop: one refresh per wait";
+    EXPECT_EQ(clock->waits.size(), 3);
 }
 
 TEST_F(ChatViewTest, CanSendOnlyWithTextAndWhileNoJobRuns)
@@ -666,4 +709,69 @@ TEST_F(ChatViewTest, CanSendOnlyWithTextAndWhileNoJobRuns)
     jobs = QJsonArray{job(QStringLiteral("j1"), QStringLiteral("failed"))};
     refresh(view);
     EXPECT_TRUE(view.canSend());
+}
+
+TEST_F(ChatViewTest, ScreenPollsEveryTwoAndAHalfSecondsUntilLoadedAndWhileTheNewestJobRuns)
+{
+    detailFails = true;
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    const auto clock = std::make_shared<HandClock>();
+    view.setPollWait(waitsOn(clock));
+    view.startPolling();
+    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 1; }));
+    EXPECT_FALSE(view.loaded());
+
+    detailFails = false;
+    jobs = QJsonArray{job(QStringLiteral("j1"), QStringLiteral("queued"))};
+    clock->advance();
+    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 2; }));
+    jobs = QJsonArray{job(QStringLiteral("j1"), QStringLiteral("building"), {}, QStringLiteral("Compiling"))};
+    clock->advance();
+    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 3; }));
+    EXPECT_EQ(clock->waits,
+              (QList<milliseconds>{milliseconds(2500), milliseconds(2500), milliseconds(2500)}));
+    EXPECT_EQ(detailRequests(), 3) << "one refresh before each wait";
+}
+
+TEST_F(ChatViewTest, IdleScreenPollsEveryOneAndAHalfSeconds)
+{
+    jobs = QJsonArray{job(QStringLiteral("j1"), QStringLiteral("ready"))};
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    const auto clock = std::make_shared<HandClock>();
+    view.setPollWait(waitsOn(clock));
+    view.startPolling();
+    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 1; }));
+    clock->advance();
+    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 2; }));
+    EXPECT_EQ(clock->waits, (QList<milliseconds>{milliseconds(1500), milliseconds(1500)}));
+    EXPECT_EQ(detailRequests(), 2);
+}
+
+TEST_F(ChatViewTest, JobThatStartsDuringTheIdleWaitAddsTwoAndAHalfSecondsBeforeTheNextRefresh)
+{
+    jobs = QJsonArray{job(QStringLiteral("j1"), QStringLiteral("ready"))};
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    const auto clock = std::make_shared<HandClock>();
+    view.setPollWait(waitsOn(clock));
+    view.startPolling();
+    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 1; }));
+    // A message sent meanwhile started a job, and the send's own refresh saw it.
+    jobs = QJsonArray{job(QStringLiteral("j2"), QStringLiteral("queued")),
+                      job(QStringLiteral("j1"), QStringLiteral("ready"))};
+    refresh(view);
+    const int requests = detailRequests();
+    clock->advance();
+    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 2; }));
+    EXPECT_EQ(detailRequests(), requests) << "no refresh between the idle wait and the added one";
+    clock->advance();
+    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 3; }));
+    EXPECT_EQ(clock->waits,
+              (QList<milliseconds>{milliseconds(1500), milliseconds(2500), milliseconds(2500)}));
+    EXPECT_EQ(detailRequests(), requests + 1);
 }

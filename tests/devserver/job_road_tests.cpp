@@ -1,8 +1,8 @@
 // Projects and their jobs through the command line: creating, following the clock, downloading
 // the results, and the source archives of jobs built on this Mac.
 
+#include "archive/zip_extraction.h"
 #include "localbuild/source_fetch.h"
-#include "localbuild/zip_extraction.h"
 #include "road_fixture.h"
 #include "task_runner.h"
 

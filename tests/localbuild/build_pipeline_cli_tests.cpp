@@ -40,7 +40,7 @@ protected:
 
     QString savedApp(const QString& job) const
     {
-        return m_home.downloadsFolder() + QStringLiteral("/service.example/") + job +
+        return m_home.downloadsFolder() + QStringLiteral("/Brightloom/") + job +
                QStringLiteral("/Weather-Now.app");
     }
 
@@ -102,7 +102,7 @@ TEST_F(BuildCommand, CompilerErrorsAreShownAndTheCommandFails)
     EXPECT_TRUE(
         result.err.endsWith(QStringLiteral("The app did not compile; the compiler's output is above.\n")))
         << result.err.toStdString();
-    EXPECT_FALSE(QFileInfo::exists(m_home.downloadsFolder() + QStringLiteral("/service.example/job-10")));
+    EXPECT_FALSE(QFileInfo::exists(m_home.downloadsFolder() + QStringLiteral("/Brightloom/job-10")));
 }
 
 TEST_F(BuildCommand, WithoutAToolchainTheVettedSourceFolderIsPrinted)
@@ -115,7 +115,7 @@ TEST_F(BuildCommand, WithoutAToolchainTheVettedSourceFolderIsPrinted)
     EXPECT_EQ(result.out, folder + QLatin1Char('\n'));
     EXPECT_TRUE(QFileInfo(folder + QStringLiteral("/Package.swift")).isFile());
     EXPECT_TRUE(result.err.contains(QStringLiteral("not built"))) << result.err.toStdString();
-    EXPECT_FALSE(QFileInfo::exists(m_home.downloadsFolder() + QStringLiteral("/service.example")));
+    EXPECT_FALSE(QFileInfo::exists(m_home.downloadsFolder() + QStringLiteral("/Brightloom")));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "localbuild/local_builds.h"
 #include "qt_printers.h"
+#include "text/characters.h"
 
 #include <QDir>
 #include <QFile>
@@ -83,6 +84,31 @@ TEST(FixPrompt, ErrorTextOf3201CharactersIsCutWithALineFeedAndEllipsis)
     const QString text = QStringLiteral("error: ") + QString(3201 - 7, QLatin1Char('x'));
     EXPECT_EQ(body(LocalBuilds::fixPrompt(text, QStringLiteral("/p"))),
               text.left(3200) + QStringLiteral("\n\u2026"));
+}
+
+TEST(FixPrompt, ErrorTextOf3200CharactersOfEmojiAndAccentsIsSentWhole)
+{
+    // Each of these characters is two code units: 3200 characters, but far more code units.
+    QString text = QStringLiteral("error: ");
+    for (int i = 7; i < 3200; ++i)
+        text += i % 2 ? QStringLiteral("\U0001F600") : QStringLiteral("e\u0301");
+    ASSERT_EQ(brightloom::text::characterCount(text), 3200);
+    EXPECT_EQ(body(LocalBuilds::fixPrompt(text, QStringLiteral("/p"))), text);
+}
+
+TEST(FixPrompt, ErrorTextPastThe3200CharactersIsCutBetweenCharacters)
+{
+    // Emoji joined from several code points, and letters with two combining marks, so a cut by code
+    // units would split one and leave a lone surrogate or mark.
+    const QString family = QStringLiteral("\U0001F468\u200D\U0001F469\u200D\U0001F467");
+    const QString letter = QStringLiteral("o\u0308\u0301");
+    QString kept = QStringLiteral("error: ");
+    for (int i = 7; i < 3200; ++i)
+        kept += i % 2 ? family : letter;
+    const QString text = kept + family + QStringLiteral("\nmore");
+    const QString sent = body(LocalBuilds::fixPrompt(text, QStringLiteral("/p")));
+    EXPECT_EQ(sent, kept + QStringLiteral("\n\u2026"));
+    EXPECT_EQ(brightloom::text::characterCount(sent), 3202);
 }
 
 TEST(FixPrompt, PathsUnderTheSourceFolderBecomeRelative)

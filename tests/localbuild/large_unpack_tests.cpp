@@ -1,4 +1,4 @@
-#include "localbuild/zip_extraction.h"
+#include "archive/zip_extraction.h"
 #include "raw_zip.h"
 #include "task_runner.h"
 #include "tick_watch.h"

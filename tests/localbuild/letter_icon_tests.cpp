@@ -2,6 +2,7 @@
 #include "pipeline_fixture.h"
 #include "service/api_error.h"
 #include "task_runner.h"
+#include "text/characters.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -209,6 +210,30 @@ TEST_F(LetterIcon, PackerFailureIsReportedWithTheEndOfItsOutput)
     EXPECT_TRUE(text.startsWith(QStringLiteral("Could not make the app icon: "))) << text.toStdString();
     EXPECT_TRUE(text.contains(QStringLiteral("icon_16x16.png is missing"))) << text.toStdString();
     EXPECT_LE(text.size(), QStringLiteral("Could not make the app icon: ").size() + 200);
+}
+
+TEST_F(LetterIcon, PackerFailureQuotesItsLastTwoHundredCharactersWhole)
+{
+    // The packer names the icon set's folder, whose path here is mostly emoji and combining accents.
+    QString part;
+    for (int i = 0; i < 30; ++i)
+        part += QStringLiteral("\U0001F600e\u0301");
+    const QString scratch = work(part + QLatin1Char('/') + part);
+    QDir().mkpath(scratch);
+    writeFile(work(QStringLiteral("not-a-picture.png")), "plain text");
+    const auto made = run(LocalBuild::makeIcns(work(QStringLiteral("not-a-picture.png")),
+                                               work(QStringLiteral("App.icns")), scratch));
+    ASSERT_TRUE(made.finished);
+    const QString start = QStringLiteral("Could not make the app icon: ");
+    const QString text = made.errorText();
+    ASSERT_TRUE(text.startsWith(start)) << text.toStdString();
+    const QString output =
+        scratch + QStringLiteral("/AppIcon.iconset:error: Failed to generate ICNS: icon_16x16.png is "
+                                 "missing.\n");
+    const QString quoted = text.mid(start.size());
+    EXPECT_EQ(text::characterCount(quoted), 200);
+    EXPECT_GT(quoted.size(), 200);
+    EXPECT_TRUE(output.endsWith(quoted)) << quoted.toStdString();
 }
 
 } // namespace

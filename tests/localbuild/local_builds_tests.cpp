@@ -7,6 +7,7 @@
 #include "stand_in_tools.h"
 #include "task_runner.h"
 #include "temp_home.h"
+#include "text/characters.h"
 #include "zip_maker.h"
 
 #include <QDir>
@@ -144,7 +145,13 @@ TEST_F(LocalBuildsTest, SuccessfulBuildIsDoneSavedAndRemembered)
 {
     const QString url = serve(QStringLiteral("good.zip"), sourceZip(goodSwift));
     LocalBuilds local;
-    QSignalSpy changes(&local, &LocalBuilds::statesChanged);
+    // Each phase as it was published, once however often the log changed within it.
+    QList<LocalState::Phase> phases;
+    QObject::connect(&local, &LocalBuilds::statesChanged, &local, [&] {
+        const auto state = local.state(QStringLiteral("abcdef123456"));
+        if (state && (phases.isEmpty() || phases.last() != state->phase))
+            phases.append(state->phase);
+    });
     const LocalState done = build(local, sourceJob(QStringLiteral("abcdef123456"), url));
     ASSERT_EQ(done.phase, LocalState::Phase::done) << done.error.value_or(QString()).toStdString();
     ASSERT_TRUE(done.app);
@@ -152,7 +159,8 @@ TEST_F(LocalBuildsTest, SuccessfulBuildIsDoneSavedAndRemembered)
     EXPECT_TRUE(done.app->endsWith(QStringLiteral(".app")));
     EXPECT_EQ(done.attempt, 0);
     EXPECT_FALSE(done.error);
-    EXPECT_GE(changes.size(), 4) << "downloading, compiling, packaging and done were each published";
+    EXPECT_EQ(phases, (QList<LocalState::Phase>{LocalState::Phase::downloading, LocalState::Phase::compiling,
+                                                LocalState::Phase::packaging, LocalState::Phase::done}));
     const auto settings = userDefaults();
     EXPECT_EQ(settings->value(LocalBuilds::savedKey).toMap().value(QStringLiteral("abcdef123456")).toString(),
               *done.app);
@@ -282,6 +290,28 @@ TEST_F(LocalBuildsTest, LogKeepsOnlyItsNewest4000Characters)
     const LocalState state = build(local, sourceJob(QStringLiteral("j-noisy"), url), 3);
     EXPECT_EQ(state.phase, LocalState::Phase::failed);
     EXPECT_EQ(state.log.size(), 4000);
+    EXPECT_TRUE(state.log.endsWith(QStringLiteral("error: fatalError\n")))
+        << state.log.right(100).toStdString();
+}
+
+TEST_F(LocalBuildsTest, LogKeepsItsNewest4000CharactersAsAPersonCountsThem)
+{
+    // Each error line holds emoji and accents written as combining marks, so 4000 characters are
+    // many more code units, and a cut by code units could start inside one.
+    QByteArray swift = "import SwiftUI\n";
+    for (int i = 0; i < 120; ++i)
+        swift += "#error(\"probl\x65\xcc\x80me \xf0\x9f\x98\x80\xf0\x9f\x91\xa8\xe2\x80\x8d\xf0\x9f\x91\xa9 "
+                 "num\x65\xcc\x81ro " +
+                 QByteArray::number(i) + " in a rather long line\")\n";
+    const QString url = serve(QStringLiteral("accents.zip"), sourceZip(swift));
+    LocalBuilds local;
+    const LocalState state = build(local, sourceJob(QStringLiteral("j-accents"), url), 3);
+    EXPECT_EQ(state.phase, LocalState::Phase::failed);
+    EXPECT_EQ(brightloom::text::characterCount(state.log), 4000);
+    EXPECT_GT(state.log.size(), 4000);
+    EXPECT_FALSE(state.log.front().isLowSurrogate() || state.log.front().isMark() ||
+                 state.log.front() == QChar(0x200D))
+        << state.log.left(20).toStdString();
     EXPECT_TRUE(state.log.endsWith(QStringLiteral("error: fatalError\n")))
         << state.log.right(100).toStdString();
 }

@@ -65,6 +65,65 @@ TEST(Manifest, TheAllowedImportTwiceIsRefusedAlsoWhenIndented)
     EXPECT_EQ(refusal(QStringLiteral("import PackageDescription\n  \t import PackageDescription\n")), reason);
 }
 
+TEST(Manifest, ImportWithATabBeforeTheModuleIsAnImport)
+{
+    EXPECT_EQ(refusal(QStringLiteral("import PackageDescription\nimport\tFoundation\n")),
+              QStringLiteral("Package.swift imports something other than PackageDescription"));
+    EXPECT_EQ(refusal(QStringLiteral("import PackageDescription\n\timport\t\tFoundation\n")),
+              QStringLiteral("Package.swift imports something other than PackageDescription"));
+}
+
+TEST(Manifest, AttributeOrAccessLevelBeforeImportIsStillAnImport)
+{
+    for (const QString& line :
+         {QStringLiteral("@preconcurrency import Foundation"), QStringLiteral("@_exported import Foundation"),
+          QStringLiteral("@testable\timport Foundation"),
+          QStringLiteral("@available(macOS 10.15, *) import Foundation"),
+          QStringLiteral("@preconcurrency @_exported import Foundation"),
+          QStringLiteral("internal import Foundation"), QStringLiteral("public import Foundation")}) {
+        EXPECT_EQ(refusal(QStringLiteral("import PackageDescription\n") + line + QLatin1Char('\n')),
+                  QStringLiteral("Package.swift imports something other than PackageDescription"))
+            << line.toStdString();
+    }
+    EXPECT_EQ(refusal(QStringLiteral("@preconcurrency import PackageDescription\n")),
+              QStringLiteral("Package.swift imports something other than PackageDescription"));
+}
+
+TEST(Manifest, LoneCarriageReturnEndsALine)
+{
+    // The import hides behind a comment when only line feeds end lines.
+    EXPECT_EQ(
+        refusal(QStringLiteral("// swift-tools-version:5.9\rimport Foundation\nimport PackageDescription\n")),
+        QStringLiteral("Package.swift imports something other than PackageDescription"));
+    EXPECT_EQ(refusal(QStringLiteral("import PackageDescription\n// tools\r\timport Darwin\n")),
+              QStringLiteral("Package.swift imports something other than PackageDescription"));
+}
+
+TEST(Manifest, ImportAfterASemicolonOrABlockCommentIsStillAnImport)
+{
+    EXPECT_EQ(refusal(QStringLiteral("import PackageDescription\nlet a = 1; import Foundation\n")),
+              QStringLiteral("Package.swift imports something other than PackageDescription"));
+    EXPECT_EQ(refusal(QStringLiteral("import PackageDescription\n/* tools */ import Foundation\n")),
+              QStringLiteral("Package.swift imports something other than PackageDescription"));
+    EXPECT_EQ(refusal(QStringLiteral("import PackageDescription\n/*\n note\n*/import Foundation\n")),
+              QStringLiteral("Package.swift imports something other than PackageDescription"));
+}
+
+TEST(Manifest, TheOneAllowedImportPassesWithAnyLineEnds)
+{
+    const QString rest = QStringLiteral("let package = Package(name: \"App\")");
+    EXPECT_EQ(
+        refusal(QStringLiteral("// swift-tools-version:5.9\r\nimport PackageDescription\r\n\r\n") + rest),
+        std::nullopt);
+    EXPECT_EQ(refusal(QStringLiteral("// swift-tools-version:5.9\rimport PackageDescription\r") + rest),
+              std::nullopt);
+    EXPECT_EQ(
+        refusal(QStringLiteral("import PackageDescription\n// import is a word, important too\n") + rest),
+        std::nullopt);
+    EXPECT_EQ(refusal(QStringLiteral("import PackageDescription\nlet importance = 1\n") + rest),
+              std::nullopt);
+}
+
 TEST(Manifest, NoImportAtAllIsRefused)
 {
     EXPECT_EQ(refusal(QStringLiteral("let package = Package(name: \"App\")\n")),
@@ -74,9 +133,6 @@ TEST(Manifest, NoImportAtAllIsRefused)
 TEST(Manifest, IndentedImportCountsAndTrailingSpacesAreTrimmed)
 {
     EXPECT_EQ(refusal(QStringLiteral("\t  import PackageDescription \t\n")), std::nullopt);
-    // Only spaces and tabs are trimmed: a carriage return stays part of the line.
-    EXPECT_EQ(refusal(QStringLiteral("import PackageDescription\r\n")),
-              QStringLiteral("Package.swift imports something other than PackageDescription"));
 }
 
 TEST(Manifest, FileManagerInsideACommentIsRefused)

@@ -3,6 +3,7 @@
 #include "localbuild/package.h"
 #include "pipeline_fixture.h"
 #include "task_runner.h"
+#include "text/characters.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -52,7 +53,7 @@ protected:
     // Where the app of `job` is saved, up to its job folder.
     QString savedFolder(const QString& jobFolder) const
     {
-        return m_home.downloadsFolder() + QStringLiteral("/service.example/") + jobFolder;
+        return m_home.downloadsFolder() + QStringLiteral("/Brightloom/") + jobFolder;
     }
 
     // Builds the package in `dir` with the stand-in toolchain and packages it; answers the saved
@@ -129,17 +130,44 @@ TEST_F(Package, NameOfThreeDotsKeepsTheDotsAndLeavesTheIdentifierSlugEmpty)
 
 TEST_F(Package, LongNameKeepsItsFirstFortyKeptCharactersBeforeTrimming)
 {
-    // 60 characters: two spaces and 38 letters are the first 40 kept; the "!!" is dropped, so the
-    // last 18 letters fall beyond the 40; trimming then removes the two spaces.
-    const QString letters = QStringLiteral("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKL");
-    const QString name =
-        QStringLiteral("  ") + letters + QStringLiteral("!!") + QStringLiteral("x").repeated(18);
-    ASSERT_EQ(name.size(), 60);
+    // Two spaces and 38 letters are the first 40 kept characters. Ten dropped ones stand among the
+    // first letters, so cutting before filtering would keep fewer letters; the 38 letters hold
+    // accents written as combining marks, so counting code units would keep fewer too. The "x"s
+    // after them fall beyond the 40; trimming then removes the two spaces.
+    const QString e = QStringLiteral("e\u0301");
+    QString letters;
+    QString name = QStringLiteral("  ");
+    for (int i = 0; i < 38; ++i) {
+        const QString letter = i % 2 ? e : QString(QChar(u'a' + i % 26));
+        letters += letter;
+        name += letter;
+        if (i < 10)
+            name += i % 2 ? QStringLiteral("!") : QStringLiteral("\U0001F600");
+    }
+    name += QStringLiteral("x").repeated(18);
+    ASSERT_EQ(text::characterCount(name), 2 + 38 + 10 + 18);
     writePackage(work(QStringLiteral("src")), name);
     const QString saved = build(work(QStringLiteral("src")));
     EXPECT_EQ(QFileInfo(saved).fileName(), letters + QStringLiteral(".app"));
     EXPECT_EQ(readFile(saved + QStringLiteral("/Contents/Info.plist")),
               expectedPlist(letters.toLower().toUtf8(), letters.toUtf8(), "1.0", "14.0"));
+}
+
+TEST_F(Package, AccentWrittenAsACombiningMarkStaysInTheNameAndTheIdentifier)
+{
+    // "Café Noir" with its "é" as "e" and a combining accent, and with it as one code point.
+    const QString decomposed = QStringLiteral("Cafe\u0301 Noir");
+    writePackage(work(QStringLiteral("src")), decomposed);
+    const QString saved = build(work(QStringLiteral("src")));
+    EXPECT_EQ(QFileInfo(saved).fileName(), QStringLiteral("Cafe\u0301-Noir.app"));
+    EXPECT_EQ(readFile(saved + QStringLiteral("/Contents/Info.plist")),
+              expectedPlist("cafe\xcc\x81noir", "Cafe\xcc\x81 Noir", "1.0", "14.0"));
+
+    const QString composed = QStringLiteral("Caf\u00e9 Noir");
+    writePackage(work(QStringLiteral("src")), composed);
+    const QString again = build(work(QStringLiteral("src")));
+    EXPECT_EQ(readFile(again + QStringLiteral("/Contents/Info.plist")),
+              expectedPlist("caf\xc3\xa9noir", "Caf\xc3\xa9 Noir", "1.0", "14.0"));
 }
 
 TEST_F(Package, OnlyTheNameIsEscapedInTheInfoPlist)
@@ -193,6 +221,57 @@ TEST_F(Package, VersionIsWrittenAsGivenOrDefaultsTo1_0)
               expectedPlist("notes", "Notes", "3.2", "14.0"));
 }
 
+TEST_F(Package, JobIdFolderTakesItsFirstEightCharactersWhole)
+{
+    // Emoji are two code units each and the accented letters two code points: a cut by code units
+    // would split one and name another folder.
+    const QString e = QStringLiteral("e\u0301");
+    const QString smile = QStringLiteral("\U0001F600");
+    const QString job = smile + e + smile + e + smile + e + smile + e + QStringLiteral("-rest");
+    writePackage(work(QStringLiteral("src")), QStringLiteral("Notes"));
+    const QString saved = build(work(QStringLiteral("src")), job);
+    EXPECT_EQ(saved,
+              savedFolder(smile + e + smile + e + smile + e + smile + e) + QStringLiteral("/Notes.app"));
+}
+
+TEST_F(Package, SigningFailureQuotesItsLastThreeHundredCharactersWhole)
+{
+    // The signer names the bundle, whose path here holds emoji and combining accents.
+    wrapTool(QStringLiteral("codesign"), QStringList() << QStringLiteral("BRIGHTLOOM_STANDIN_SIGN_FAIL=1"));
+    const QString src = work(QStringLiteral("src-\U0001F600e\u0301\U0001F469\u200D\U0001F467"));
+    writePackage(src, QStringLiteral("Notes"));
+    ASSERT_TRUE(run(LocalBuild::compile(src, {})).ok());
+    const auto packaged = run(LocalBuild::package(src, QStringLiteral("job"), std::nullopt));
+    ASSERT_TRUE(packaged.finished);
+    const QString start = QStringLiteral("Signing failed: ");
+    const QString text = packaged.errorText();
+    ASSERT_TRUE(text.startsWith(start)) << text.toStdString();
+    QString output;
+    for (int i = 0; i < 20; ++i)
+        output += src + QStringLiteral("/.stage/Notes.app: resource fork, Finder information, or similar "
+                                       "detritus not allowed (%1)\n")
+                            .arg(i);
+    const QString quoted = text.mid(start.size());
+    EXPECT_EQ(text::characterCount(quoted), 300);
+    EXPECT_GT(quoted.size(), 300);
+    EXPECT_TRUE(output.endsWith(quoted));
+    EXPECT_FALSE(quoted.front().isLowSurrogate() || quoted.front().isMark()) << quoted.toStdString();
+}
+
+TEST_F(Package, SavedAppKeepsItsFolderWhicheverAddressOfTheServiceIsInUse)
+{
+    // The same job packaged while the service was reached as 127.0.0.1 and then as localhost.
+    writePackage(work(QStringLiteral("src")), QStringLiteral("Notes"));
+    m_home.setEnv("BRIGHTLOOM_URL", "https://127.0.0.1:8443/");
+    const QString first = build(work(QStringLiteral("src")), QStringLiteral("a1b2c3d4e5"));
+    m_home.setEnv("BRIGHTLOOM_URL", "https://localhost:8443/");
+    const QString second = build(work(QStringLiteral("src")), QStringLiteral("a1b2c3d4e5"));
+    EXPECT_EQ(first, m_home.downloadsFolder() + QStringLiteral("/Brightloom/a1b2c3d4/Notes.app"));
+    EXPECT_EQ(second, first);
+    EXPECT_EQ(QDir(m_home.downloadsFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+              QStringList() << QStringLiteral("Brightloom"));
+}
+
 TEST_F(Package, ShortJobIdNamesTheWholeFolder)
 {
     writePackage(work(QStringLiteral("src")), QStringLiteral("Notes"));
@@ -244,6 +323,37 @@ TEST_F(Package, FrameworksOfTheBuildAreEmbeddedAndSigned)
         << "signed after embedding";
     EXPECT_TRUE(readFile(toolsFolder() + QStringLiteral("/install_name_tool.log"))
                     .endsWith("/.stage/Charts.app/Contents/MacOS/App\n"));
+}
+
+TEST_F(Package, VersionedFrameworkArrivesInTheSavedAppWithItsLinksAsLinks)
+{
+    // A macOS framework as the platform lays it out: everything in Versions/A, reached through links.
+    const QString src = work(QStringLiteral("src"));
+    writePackage(src, QStringLiteral("Charts"));
+    const QString framework =
+        src + QStringLiteral("/.build/artifacts/charts/Plot.xcframework/macos-arm64_x86_64/Plot.framework");
+    writeFile(framework + QStringLiteral("/Versions/A/Plot"), machODynamicLibrary("mac"));
+    writeFile(framework + QStringLiteral("/Versions/A/Headers/Plot.h"), "int plot(void);\n");
+    writeFile(framework + QStringLiteral("/Versions/A/Resources/Info.plist"), "<plist/>");
+    ASSERT_TRUE(QFile::link(QStringLiteral("A"), framework + QStringLiteral("/Versions/Current")));
+    ASSERT_TRUE(QFile::link(QStringLiteral("Versions/Current/Plot"), framework + QStringLiteral("/Plot")));
+    ASSERT_TRUE(
+        QFile::link(QStringLiteral("Versions/Current/Headers"), framework + QStringLiteral("/Headers")));
+    ASSERT_TRUE(
+        QFile::link(QStringLiteral("Versions/Current/Resources"), framework + QStringLiteral("/Resources")));
+
+    const QString saved = build(src);
+    const QString embedded = saved + QStringLiteral("/Contents/Frameworks/Plot.framework");
+    EXPECT_EQ(linkText(embedded + QStringLiteral("/Versions/Current")), QStringLiteral("A"));
+    EXPECT_EQ(linkText(embedded + QStringLiteral("/Plot")), QStringLiteral("Versions/Current/Plot"));
+    EXPECT_EQ(linkText(embedded + QStringLiteral("/Headers")), QStringLiteral("Versions/Current/Headers"));
+    EXPECT_EQ(linkText(embedded + QStringLiteral("/Resources")),
+              QStringLiteral("Versions/Current/Resources"));
+    // The one copy of each file is the versioned one, reached through the links.
+    EXPECT_TRUE(QFileInfo(embedded + QStringLiteral("/Versions/A/Plot")).isFile());
+    EXPECT_FALSE(QFileInfo(embedded + QStringLiteral("/Versions/A/Plot")).isSymLink());
+    EXPECT_EQ(readFile(embedded + QStringLiteral("/Headers/Plot.h")), "int plot(void);\n");
+    EXPECT_TRUE(readFile(embedded + QStringLiteral("/Plot")).endsWith("mac"));
 }
 
 TEST_F(Package, NoProductIsReportedAsNoExecutable)

@@ -364,6 +364,25 @@ TEST_F(SourceFetch, EntryInflatingPastItsDeclaredSizeIsRefused)
                   QStringLiteral("bomb"));
 }
 
+TEST_F(SourceFetch, EntryClaimingGigabytesItDoesNotHoldIsRefusedAndLeavesNothingBig)
+{
+    // 2.5 GiB claimed by an entry of 10 bytes; then 1 GiB, within the limit, where only the data tells.
+    const QList<QPair<quint32, QString>> claims = {
+        {0xA0000000u, QStringLiteral("the archive unpacks to more than 2147 MB")},
+        {1u << 30, QStringLiteral("the entry \"big\" unpacks to less than its header says")},
+    };
+    for (const auto& [claim, because] : claims) {
+        const QByteArray archive = RawZip()
+                                       .stored("Package.swift", goodManifest)
+                                       .stored("Sources/App/App.swift", "print(1)\n")
+                                       .deflated("big", "0123456789", claim)
+                                       .bytes();
+        ASSERT_LT(archive.size(), 1000);
+        expectRefused(archive, because);
+        EXPECT_EQ(snapshot(jobFolder(), QString()), QStringList()) << "nothing of the source is left";
+    }
+}
+
 TEST_F(SourceFetch, EntriesSharingTheirDataAreRefused)
 {
     QList<QByteArray> names;

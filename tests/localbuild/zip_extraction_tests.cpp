@@ -1,4 +1,5 @@
-#include "localbuild/zip_extraction.h"
+#include "archive/zip_extraction.h"
+#include "raw_zip.h"
 #include "task_runner.h"
 #include "zip_maker.h"
 
@@ -52,6 +53,21 @@ protected:
     }
 
     QString job() const { return dir.filePath(QStringLiteral("job")); }
+
+    // Everything in the job folder, with the sizes a reader sees (holes of sparse files included).
+    QStringList jobContents() const
+    {
+        QStringList found;
+        QDirIterator it(job(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
+                        QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString path = it.next();
+            found.append(QDir(job()).relativeFilePath(path) + QLatin1Char(' ') +
+                         QString::number(it.fileInfo().size()));
+        }
+        found.sort();
+        return found;
+    }
 
     QStringList outsideJob() const
     {
@@ -300,4 +316,68 @@ TEST_F(Unpack, RunsOnThePoolAndResumesOnTheCaller)
     const auto result = run(zip::extractInBackground(path, job()));
     ASSERT_TRUE(result.ok());
     EXPECT_TRUE(result.value->ok);
+}
+
+// 2.5 GiB, as the entry of a 608-byte archive claimed that held 10 bytes.
+constexpr quint32 twoAndAHalfGiB = 0xA0000000u;
+
+TEST_F(Unpack, EntryClaimingGigabytesPastTheLimitIsRefusedBeforeAnythingIsWritten)
+{
+    const QByteArray archive = RawZip()
+                                   .stored("first.txt", "written first if anything were")
+                                   .deflated("big", "0123456789", twoAndAHalfGiB)
+                                   .bytes();
+    ASSERT_LT(archive.size(), 1000);
+    const auto result = unpack(archive);
+    EXPECT_FALSE(result.ok);
+    EXPECT_EQ(result.error, QStringLiteral("the archive unpacks to more than 2147 MB"));
+    EXPECT_EQ(jobContents(), QStringList());
+}
+
+TEST_F(Unpack, EntryHoldingLessThanItClaimsIsRefusedWithoutASparseFile)
+{
+    // 1 GiB claimed, within the limit: only the data can tell.
+    const auto result = unpack(RawZip().deflated("big", "0123456789", 1u << 30).bytes());
+    EXPECT_FALSE(result.ok);
+    EXPECT_EQ(result.error, QStringLiteral("the entry \"big\" unpacks to less than its header says"));
+    EXPECT_EQ(jobContents(), QStringList());
+}
+
+TEST_F(Unpack, ClaimedSizesAreAddedUpAgainstTheLimitBeforeAnythingIsWritten)
+{
+    zip::Limits limits;
+    limits.maxBytes = 1'000'000;
+    const QByteArray part(600'000, 'p');
+    const auto result =
+        unpack(RawZip().stored("a.txt", "small").deflated("b", part).deflated("c", part).bytes(), limits);
+    EXPECT_FALSE(result.ok);
+    EXPECT_EQ(result.error, QStringLiteral("the archive unpacks to more than 1 MB"));
+    EXPECT_EQ(jobContents(), QStringList()) << "not even the small file that came first";
+}
+
+TEST_F(Unpack, RefusalForSizeTakesBackWhatItWroteAndNothingElse)
+{
+    QFile before(job() + QStringLiteral("/before.txt"));
+    ASSERT_TRUE(before.open(QIODevice::WriteOnly));
+    before.write("there before");
+    before.close();
+    zip::Limits limits;
+    limits.maxBytes = 4'000'000;
+    const auto result = unpack(RawZip()
+                                   .stored("keep/a.txt", QByteArray(500'000, 'a'))
+                                   .deflated("bomb", QByteArray(8'000'000, '\0'), 1000)
+                                   .bytes(),
+                               limits);
+    EXPECT_FALSE(result.ok);
+    EXPECT_EQ(result.error, QStringLiteral("the entry \"bomb\" unpacks to more than its header says"));
+    EXPECT_EQ(jobContents(), QStringList() << QStringLiteral("before.txt 12"));
+}
+
+TEST_F(Unpack, ArchiveWhoseSizesHoldUnpacksWholeAndCountsItsBytes)
+{
+    const auto result = unpack(
+        RawZip().stored("a.txt", QByteArray(1000, 'a')).deflated("b.txt", QByteArray(3000, 'b')).bytes());
+    ASSERT_TRUE(result.ok) << result.error.toStdString();
+    EXPECT_EQ(result.bytes, 4000);
+    EXPECT_EQ(jobContents(), QStringList() << QStringLiteral("a.txt 1000") << QStringLiteral("b.txt 3000"));
 }

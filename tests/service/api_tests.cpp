@@ -1,3 +1,4 @@
+#include "api_fixture.h"
 #include "recording_server.h"
 #include "service/api.h"
 #include "service/api_error.h"
@@ -33,15 +34,6 @@ QString unreachableAddress()
     probe.close();
     return QStringLiteral("http://127.0.0.1:%1/").arg(port);
 }
-
-class ApiTest : public ::testing::Test
-{
-protected:
-    ApiTest() { home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8()); }
-
-    TempHome home;
-    RecordingServer server;
-};
 
 } // namespace
 
@@ -193,23 +185,6 @@ TEST_F(ApiTest, UnreachableServiceThrowsTheTransportError)
     } catch (...) {
         ADD_FAILURE() << "not a transport error: " << outcome.errorText().toStdString();
     }
-}
-
-TEST_F(ApiTest, RequestsTimeOutAfterSixtySecondsByDefault)
-{
-    API api;
-    EXPECT_EQ(api.requestTimeout(), std::chrono::seconds(60));
-}
-
-TEST_F(ApiTest, RequestThatOutlivesItsTimeoutFailsAsTimedOut)
-{
-    ScriptedReply slow = ScriptedReply::json(200, "{}");
-    slow.delayMs = 3000;
-    server.on(QStringLiteral("/api/slow"), slow);
-    API api;
-    api.setRequestTimeout(std::chrono::milliseconds(200));
-    EXPECT_EQ(run(api.request(QStringLiteral("api/slow"), "GET")).errorText(),
-              QStringLiteral("The request timed out."));
 }
 
 TEST_F(ApiTest, ReplyCutShortIsATransportError)

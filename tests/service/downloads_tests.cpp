@@ -1,4 +1,5 @@
 #include "app/desktop.h"
+#include "raw_zip.h"
 #include "recording_server.h"
 #include "service/api.h"
 #include "service/dmg_downloads.h"
@@ -11,6 +12,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -215,6 +217,74 @@ TEST_F(DownloadTest, ArchiveReachingOutsideItsFolderIsRefusedAndWritesNothingOut
                   QStringLiteral("Could not unpack the downloaded app"));
     }
     EXPECT_TRUE(filesUnder(sentinel).isEmpty()) << filesUnder(sentinel).join(QLatin1Char(' ')).toStdString();
+}
+
+TEST_F(DownloadTest, AppArchiveClaimingGigabytesItDoesNotHoldLeavesNothingBehind)
+{
+    // 10 bytes that claim 2.5 GiB, then 1 GiB: neither may become a sparse file in Downloads.
+    for (const quint32 claim : {0xA0000000u, 1u << 30}) {
+        server.on(QStringLiteral("GET /files/claims.zip"),
+                  ScriptedReply::archive(RawZip()
+                                             .stored("Notes.app/Contents/Info.plist", "<plist/>")
+                                             .deflated("Notes.app/Contents/MacOS/Notes", "0123456789", claim)
+                                             .bytes()));
+        API api;
+        EXPECT_EQ(run(api.downloadApp(url("files/claims.zip"))).errorText(),
+                  QStringLiteral("Could not unpack the downloaded app"));
+    }
+    QStringList left;
+    QDirIterator it(home.downloadsFolder(), QDir::Files | QDir::Hidden | QDir::System,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        it.next();
+        left.append(it.fileInfo().fileName());
+    }
+    EXPECT_EQ(left, QStringList());
+}
+
+TEST_F(DownloadTest, DownloadThatNeverEndsFailsPastItsLimitAndLeavesNoPartialFile)
+{
+    QTemporaryDir temp;
+    home.setEnv("TMPDIR", QFile::encodeName(temp.path()));
+    server.on(QStringLiteral("GET /files/endless.dmg"), ScriptedReply::neverEnding());
+    API api;
+    API::Limits limits = api.limits();
+    limits.downloadBytes = 5'000'000;
+    api.setLimits(limits);
+    EXPECT_EQ(run(api.downloadDmg(url("files/endless.dmg"), QStringLiteral("Endless"))).errorText(),
+              QStringLiteral("The download was larger than 5 MB."));
+    EXPECT_EQ(run(api.downloadApp(url("files/endless.dmg"))).errorText(),
+              QStringLiteral("The download was larger than 5 MB."));
+    EXPECT_TRUE(filesUnder(temp.path()).isEmpty())
+        << filesUnder(temp.path()).join(QLatin1Char(' ')).toStdString();
+    QStringList saved;
+    QDirIterator it(home.downloadsFolder(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        saved.append(it.next());
+    EXPECT_TRUE(saved.isEmpty()) << saved.join(QLatin1Char(' ')).toStdString();
+}
+
+TEST_F(DownloadTest, DownloadMayTakeLongerThanAServiceCallWhileBytesKeepComing)
+{
+    // At sixty times the speed a service call may take 2 s in all; this download takes 3 s.
+    server.on(QStringLiteral("GET /files/slow.dmg"), ScriptedReply::dripping(QByteArray(30, 'd'), 100));
+    API api;
+    api.setClockRate(60);
+    const auto saved = run(api.downloadDmg(url("files/slow.dmg"), QStringLiteral("Slow")));
+    ASSERT_TRUE(saved.ok()) << saved.errorText().toStdString();
+    QFile image(*saved.value);
+    ASSERT_TRUE(image.open(QIODevice::ReadOnly));
+    EXPECT_EQ(image.readAll(), QByteArray(30, 'd'));
+}
+
+TEST_F(DownloadTest, CompressedDownloadThatCannotBeDecompressedSaysWhy)
+{
+    ScriptedReply broken = ScriptedReply::archive("this was never gzip");
+    broken.headers.append(qMakePair(QByteArray("Content-Encoding"), QByteArray("gzip")));
+    server.on(QStringLiteral("GET /files/broken.dmg"), broken);
+    API api;
+    EXPECT_EQ(run(api.downloadDmg(url("files/broken.dmg"), QStringLiteral("Broken"))).errorText(),
+              QStringLiteral("The download could not be decompressed: its data is not valid gzip data."));
 }
 
 TEST_F(DownloadTest, DmgDownloadsTracksBusySavedAndOpensTheImage)

@@ -83,6 +83,41 @@ TEST(Records, JobWithoutStatusFailsTheWholeProjectDetail)
     EXPECT_NE(failure.find("\"status\" is missing in jobs[1]"), std::string::npos) << failure;
 }
 
+TEST(Records, KeyGivenTwiceTakesItsLastValue)
+{
+    const auto detail = decode<ProjectDetail>(
+        R"({"project":{"id":"p","name":"First","unsafe":true},"messages":[],)"
+        R"("jobs":[{"id":"a","status":"ready"},{"id":"b","status":"ready"}],)"
+        R"("project":{"id":"p","name":"Second"},"jobs":[{"id":"c","status":"queued"}]})");
+    ASSERT_EQ(detail.jobs.size(), 1) << "the lists are not joined";
+    EXPECT_EQ(detail.jobs[0].id, QStringLiteral("c"));
+    EXPECT_EQ(detail.project.name, QStringLiteral("Second"));
+    EXPECT_FALSE(detail.project.unsafe.has_value()) << "the whole first object is gone";
+    EXPECT_EQ(decode<Job>(R"({"id":"j","status":"queued","status":"ready"})").status,
+              QStringLiteral("ready"));
+    EXPECT_FALSE(decode<Job>(R"({"id":"j","status":"ready","stage":"x","stage":null})").stage.has_value());
+    EXPECT_EQ(decode<FavoriteSlugsResp>(R"({"slugs":["a","b"],"slugs":["c"]})").slugs,
+              QList<QString>() << QStringLiteral("c"));
+}
+
+TEST(Records, KeyGivenTwiceForgetsWhatWasWrongWithItsEarlierValue)
+{
+    // The earlier values would not decode; the last ones do, and they are the ones that count.
+    const auto detail = decode<ProjectDetail>(
+        R"({"project":{"id":"p","name":"N"},"messages":[],)"
+        R"("jobs":[{"id":"a"},{"id":5,"status":[1,2]}],"jobs":[{"id":"b","status":"ready"}]})");
+    ASSERT_EQ(detail.jobs.size(), 1);
+    EXPECT_EQ(detail.jobs[0].id, QStringLiteral("b"));
+    EXPECT_EQ(decode<Job>(R"({"id":"j","status":7,"status":"ready"})").status, QStringLiteral("ready"));
+    EXPECT_EQ(decode<Project>(R"({"id":"p","name":"N","unsafe":"yes","unsafe":false})").unsafe, false);
+    // A value that is wrong in the last occurrence still fails, as does one in a key given once.
+    const std::string failure = decodeFailure<Job>(R"({"id":"j","status":"ready","status":7})");
+    EXPECT_NE(failure.find("\"status\" must be a string, not a number"), std::string::npos) << failure;
+    const std::string inList = decodeFailure<ProjectDetail>(
+        R"({"project":{"id":"p","name":"N"},"messages":[],"jobs":[{"id":"a"}],"messages":[]})");
+    EXPECT_NE(inList.find("\"status\" is missing in jobs[0]"), std::string::npos) << inList;
+}
+
 TEST(Records, NullAndMissingOptionalBothDecodeToAbsent)
 {
     EXPECT_FALSE(decode<Project>(R"({"id":"p","name":"N","unsafe":null})").unsafe.has_value());

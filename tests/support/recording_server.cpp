@@ -59,6 +59,29 @@ ScriptedReply ScriptedReply::archive(const QByteArray& body)
     return r;
 }
 
+ScriptedReply ScriptedReply::redirect(int status, const QByteArray& location)
+{
+    ScriptedReply r = html(status, QByteArray());
+    if (!location.isEmpty())
+        r.headers.append(qMakePair(QByteArray("Location"), location));
+    return r;
+}
+
+ScriptedReply ScriptedReply::neverEnding()
+{
+    ScriptedReply r = html(200, QByteArray());
+    r.endless = true;
+    return r;
+}
+
+ScriptedReply ScriptedReply::dripping(const QByteArray& body, int everyMs)
+{
+    ScriptedReply r = json(200, body);
+    r.endless = body.isEmpty();
+    r.dripMs = everyMs;
+    return r;
+}
+
 RecordingServer::RecordingServer(QObject* parent) : QObject(parent), m_server(new QTcpServer(this))
 {
     if (!m_server->listen(QHostAddress::LocalHost, 0))
@@ -181,10 +204,23 @@ void RecordingServer::respond(QTcpSocket* socket, const ScriptedReply& reply)
     QByteArray head = "HTTP/1.1 " + QByteArray::number(reply.status) + " Scripted\r\n";
     head += "Content-Type: " + reply.contentType + "\r\n";
     const qint64 length = reply.streamedSize > 0 ? reply.streamedSize : reply.body.size();
-    head += "Content-Length: " + QByteArray::number(length) + "\r\n";
+    if (reply.endless)
+        head += "Connection: close\r\n"; // the body ends only when the connection does
+    else
+        head += "Content-Length: " + QByteArray::number(length) + "\r\n";
     for (const auto& [name, value] : reply.headers)
         head += name + ": " + value + "\r\n";
     head += "\r\n";
+    if (reply.dripMs > 0) {
+        socket->write(head);
+        drip(socket, reply.endless ? QByteArray() : reply.body, reply.dripMs);
+        return;
+    }
+    if (reply.endless) {
+        socket->write(head);
+        stream(socket, -1);
+        return;
+    }
     if (reply.streamedSize > 0) {
         socket->write(head);
         stream(socket, reply.streamedSize);
@@ -211,14 +247,33 @@ void RecordingServer::stream(QTcpSocket* socket, qint64 size)
     }();
     auto remaining = std::make_shared<qint64>(size);
     auto feed = [socket, remaining] {
-        while (*remaining > 0 && socket->bytesToWrite() < 4 * chunk.size()) {
-            const qint64 n = std::min<qint64>(*remaining, chunk.size());
+        while (*remaining != 0 && socket->bytesToWrite() < 4 * chunk.size()) {
+            const qint64 n = *remaining < 0 ? chunk.size() : std::min<qint64>(*remaining, chunk.size());
             socket->write(chunk.constData(), n);
-            *remaining -= n;
+            if (*remaining > 0)
+                *remaining -= n;
         }
     };
     connect(socket, &QTcpSocket::bytesWritten, socket, feed);
     feed();
+}
+
+// Writes `body` one byte per tick, or a byte of a repeating pattern per tick without end when `body`
+// is empty. The timer belongs to the socket, so it stops when the client goes away.
+void RecordingServer::drip(QTcpSocket* socket, const QByteArray& body, int everyMs)
+{
+    auto* timer = new QTimer(socket);
+    auto sent = std::make_shared<qsizetype>(0);
+    connect(timer, &QTimer::timeout, socket, [socket, timer, body, sent] {
+        if (!body.isEmpty() && *sent >= body.size()) {
+            timer->stop();
+            return;
+        }
+        const char byte = body.isEmpty() ? char('a' + *sent % 26) : body.at(*sent);
+        socket->write(&byte, 1);
+        ++*sent;
+    });
+    timer->start(everyMs);
 }
 
 const TestCertificate& TestCertificate::shared()

@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QString>
+#include <QTimer>
 #include <chrono>
 #include <exception>
 #include <functional>
@@ -55,15 +56,21 @@ template <class T> QCoro::Task<> capture(QCoro::Task<T> task, Outcome<T>* out)
 }
 } // namespace detail
 
-// Spins the event loop until `done` holds or the deadline passes; returns whether it held.
+// Runs the event loop until `done` holds or the deadline passes; returns whether it held. It sleeps
+// while nothing happens, as the application's own loop does, rather than spinning: a spinning thread
+// takes a processor from the work it waits for, and the scheduler treats it as the busy thread it
+// is. (processEvents() with a time limit never waits for events; the one without does.)
 inline bool spinUntil(const std::function<bool()>& done,
                       std::chrono::milliseconds limit = std::chrono::seconds(30))
 {
     QDeadlineTimer deadline(limit);
+    // Wakes the wait now and then, so that the deadline and changes made by other threads are seen.
+    QTimer wake;
+    wake.start(20);
     while (!done()) {
         if (deadline.hasExpired())
             return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
     return true;
 }

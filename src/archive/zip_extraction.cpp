@@ -1,5 +1,7 @@
 #include "zip_extraction.h"
 
+#include "text/characters.h"
+#include "threads/background_priority.h"
 #include "zip_directory.h"
 
 #include <QDeadlineTimer>
@@ -9,6 +11,7 @@
 #include <archive.h>
 #include <archive_entry.h>
 #include <cctype>
+#include <filesystem>
 #include <memory>
 #include <qcoro/qcorofuture.h>
 #include <string>
@@ -16,6 +19,7 @@
 #include <sys/stat.h>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 namespace brightloom::zip {
 namespace {
@@ -38,10 +42,12 @@ bool validUtf8(std::string_view text)
     return QString::fromUtf8(bytes).toUtf8() == bytes;
 }
 
+// A name as messages quote it: its first 120 characters, whole.
 QString named(std::string_view name)
 {
-    QString shown = QString::fromUtf8(name.data(), qsizetype(std::min<std::size_t>(name.size(), 120)));
-    if (name.size() > 120)
+    const QString whole = QString::fromUtf8(name.data(), qsizetype(name.size()));
+    QString shown = text::firstCharacters(whole, 120);
+    if (shown.size() < whole.size())
         shown += QChar(0x2026);
     return QLatin1Char('"') + shown + QLatin1Char('"');
 }
@@ -156,6 +162,52 @@ QString libarchiveError(archive* a, const char* fallback)
     return QString::fromUtf8(text ? text : fallback);
 }
 
+QString tooLarge(std::int64_t maxBytes)
+{
+    return QStringLiteral("the archive unpacks to more than %1 MB").arg(maxBytes / 1'000'000);
+}
+
+// The size a file has on disk as a reader sees it, holes included; 0 when it cannot be asked.
+std::int64_t apparentSize(const std::string& path)
+{
+    struct stat info;
+    if (::lstat(path.c_str(), &info) != 0)
+        return 0;
+    return std::int64_t(info.st_size);
+}
+
+// The names this unpacking made at the top of the target folder, so that a refusal for size or time
+// can take away what it wrote: such an archive may already have filled the disk with gigabytes.
+class Made
+{
+public:
+    explicit Made(std::string root) : m_root(std::move(root)) {}
+
+    // Notes the top of `name` before anything is written there; what was there before is not ours.
+    void note(const std::string& name)
+    {
+        const std::string top = name.substr(0, name.find('/'));
+        if (!m_seen.insert(top).second)
+            return;
+        struct stat info;
+        if (::lstat((m_root + top).c_str(), &info) != 0)
+            m_made.push_back(top);
+    }
+
+    void removeAll() const
+    {
+        for (const std::string& top : m_made) {
+            std::error_code ignored;
+            std::filesystem::remove_all(m_root + top, ignored); // removes links, never follows them
+        }
+    }
+
+private:
+    std::string m_root;
+    std::unordered_set<std::string> m_seen;
+    std::vector<std::string> m_made;
+};
+
 } // namespace
 
 Result extract(const QString& archivePath, const QString& targetFolder, Limits limits)
@@ -176,10 +228,15 @@ Result extract(const QString& archivePath, const QString& targetFolder, Limits l
             .arg(double(limits.maxMilliseconds) / 1000);
     };
 
-    // What libarchive's reader cannot tell: names cut at a NUL, shared data, the real entry count.
-    if (const DirectoryCheck directory = checkDirectory(archivePath, limits.maxEntries);
-        !directory.refusal.isEmpty()) {
+    // What libarchive's reader cannot tell: names cut at a NUL, shared data, the real entry count. The
+    // sizes the entries claim are held to the limit before anything is written.
+    const DirectoryCheck directory = checkDirectory(archivePath, limits.maxEntries);
+    if (!directory.refusal.isEmpty()) {
         result.error = directory.refusal;
+        return result;
+    }
+    if (directory.declaredBytes > limits.maxBytes) {
+        result.error = tooLarge(limits.maxBytes);
         return result;
     }
 
@@ -196,11 +253,20 @@ Result extract(const QString& archivePath, const QString& targetFolder, Limits l
                           ARCHIVE_EXTRACT_SECURE_NODOTDOT | ARCHIVE_EXTRACT_NO_OVERWRITE);
 
     Namespace names;
+    Made made(root);
     archive_entry* entry = nullptr;
     auto fail = [&result](QString why) {
         result.error = std::move(why);
         return result;
     };
+    // Refusals for size and time take back what was written. The writer is closed first, so that no
+    // file it still holds open is finished after the removal.
+    auto failAndRemove = [&](QString why) {
+        writer.reset();
+        made.removeAll();
+        return fail(std::move(why));
+    };
+    std::int64_t claimed = 0; // the sizes claimed by the entries met so far
     for (;;) {
         const int status = archive_read_next_header(reader.get(), &entry);
         if (status == ARCHIVE_EOF)
@@ -208,7 +274,7 @@ Result extract(const QString& archivePath, const QString& targetFolder, Limits l
         if (status < ARCHIVE_WARN)
             return fail(libarchiveError(reader.get(), "the archive is damaged"));
         if (deadline.hasExpired())
-            return fail(tooLong());
+            return failAndRemove(tooLong());
         if (++result.entries > limits.maxEntries)
             return fail(QStringLiteral("the archive holds more than %1 entries").arg(limits.maxEntries));
         if (archive_entry_is_encrypted(entry))
@@ -257,6 +323,18 @@ Result extract(const QString& archivePath, const QString& targetFolder, Limits l
             return fail(refusal);
         names.add(name, kind);
 
+        // The size the entry claims, held to the limit before it is written. The writer is not told
+        // it: it would stretch a file whose data falls short to that size, leaving a sparse file of
+        // any size behind, and a hard link with a size would stretch the file it links to.
+        const std::int64_t declared = archive_entry_size_is_set(entry) ? archive_entry_size(entry) : -1;
+        if (declared > 0) {
+            claimed += declared;
+            if (declared > limits.maxBytes || claimed > limits.maxBytes)
+                return failAndRemove(tooLarge(limits.maxBytes));
+        }
+        archive_entry_unset_size(entry);
+        made.note(name);
+
         archive_entry_copy_pathname(entry, (root + name).c_str());
         if (hardlink)
             archive_entry_copy_hardlink(entry, (root + linkTarget).c_str());
@@ -272,8 +350,10 @@ Result extract(const QString& archivePath, const QString& targetFolder, Limits l
             archive_write_finish_entry(writer.get());
             continue;
         }
-        const std::int64_t declared = archive_entry_size_is_set(entry) ? archive_entry_size(entry) : -1;
-        std::int64_t written = 0;
+        // Counted ourselves, as the file's length (a block placed past the end leaves a hole that a
+        // reader still sees as data): the zip reader trusts the headers and has no check for entries
+        // that share their data.
+        std::int64_t length = 0;
         for (;;) {
             const void* block = nullptr;
             size_t size = 0;
@@ -283,23 +363,32 @@ Result extract(const QString& archivePath, const QString& targetFolder, Limits l
                 break;
             if (r < ARCHIVE_WARN)
                 return fail(libarchiveError(reader.get(), "the archive is damaged"));
-            written += std::int64_t(size);
-            result.bytes += std::int64_t(size);
-            // Count what is written ourselves: the zip reader trusts the headers and has no check
-            // for entries that share their data.
-            if (declared >= 0 && written > declared)
-                return fail(QStringLiteral("the entry ") + named(name) +
-                            QStringLiteral(" unpacks to more than its header says"));
+            const std::int64_t end = std::int64_t(offset) + std::int64_t(size);
+            if (end > length) {
+                result.bytes += end - length;
+                length = end;
+            }
+            if (declared >= 0 && length > declared)
+                return failAndRemove(QStringLiteral("the entry ") + named(name) +
+                                     QStringLiteral(" unpacks to more than its header says"));
             if (result.bytes > limits.maxBytes)
-                return fail(QStringLiteral("the archive unpacks to more than %1 MB")
-                                .arg(limits.maxBytes / 1'000'000));
+                return failAndRemove(tooLarge(limits.maxBytes));
             if (deadline.hasExpired())
-                return fail(tooLong());
+                return failAndRemove(tooLong());
             if (archive_write_data_block(writer.get(), block, size, offset) < ARCHIVE_WARN)
                 return fail(libarchiveError(writer.get(), "an entry cannot be written"));
         }
+        if (declared >= 0 && length < declared)
+            return failAndRemove(QStringLiteral("the entry ") + named(name) +
+                                 QStringLiteral(" unpacks to less than its header says"));
         if (archive_write_finish_entry(writer.get()) < ARCHIVE_WARN)
             return fail(libarchiveError(writer.get(), "an entry cannot be written"));
+        // What the file came to on disk is what counts, whatever the writer did with it.
+        if (const std::int64_t onDisk = apparentSize(root + name); onDisk > length) {
+            result.bytes += onDisk - length;
+            if (result.bytes > limits.maxBytes)
+                return failAndRemove(tooLarge(limits.maxBytes));
+        }
     }
     if (archive_write_close(writer.get()) < ARCHIVE_WARN)
         return fail(libarchiveError(writer.get(), "the unpacked files cannot be finished"));
@@ -310,6 +399,7 @@ Result extract(const QString& archivePath, const QString& targetFolder, Limits l
 QFuture<Result> startExtracting(QString archive, QString target, Limits limits)
 {
     return QtConcurrent::run([archive = std::move(archive), target = std::move(target), limits] {
+        yieldToMainThread();
         return extract(archive, target, limits);
     });
 }

@@ -1,7 +1,10 @@
 #include "zip_directory.h"
 
+#include "text/characters.h"
+
 #include <QFile>
 #include <algorithm>
+#include <cstdint>
 #include <vector>
 
 namespace brightloom::zip {
@@ -105,7 +108,7 @@ DirectoryCheck checkDirectory(const QString& path, std::int64_t maxEntries)
     while (at + entryHeaderSize <= directory.size() && u32(data + at) == entrySignature) {
         const uchar* entry = data + at;
         quint64 compressed = u32(entry + 20);
-        const quint64 uncompressed = u32(entry + 24);
+        quint64 uncompressed = u32(entry + 24);
         const qsizetype nameLength = u16(entry + 28);
         const qsizetype extraLength = u16(entry + 30);
         const qsizetype commentLength = u16(entry + 32);
@@ -123,7 +126,7 @@ DirectoryCheck checkDirectory(const QString& path, std::int64_t maxEntries)
         if ((maker == 3 || maker == 19) && type != 0 && type != 0100000 && type != 0040000 &&
             type != 0120000) {
             check.refusal = QStringLiteral("the entry \"") +
-                            QString::fromUtf8(name.first(std::min<qsizetype>(nameLength, 120))) +
+                            text::firstCharacters(QString::fromUtf8(name), 120) +
                             QStringLiteral("\" is neither a file, a folder nor a link");
             return check;
         }
@@ -137,8 +140,10 @@ DirectoryCheck checkDirectory(const QString& path, std::int64_t maxEntries)
             if (id == 0x0001) {
                 const uchar* field = extra + e + 4;
                 qsizetype used = 0;
-                if (uncompressed == 0xFFFFFFFF && used + 8 <= length)
+                if (uncompressed == 0xFFFFFFFF && used + 8 <= length) {
+                    uncompressed = u64(field + used);
                     used += 8;
+                }
                 if (compressed == 0xFFFFFFFF && used + 8 <= length) {
                     compressed = u64(field + used);
                     used += 8;
@@ -148,6 +153,11 @@ DirectoryCheck checkDirectory(const QString& path, std::int64_t maxEntries)
             }
             e += 4 + length;
         }
+        // Saturating, so that claims near the 64-bit limit cannot wrap around to a small total.
+        const quint64 total = quint64(check.declaredBytes) + uncompressed;
+        check.declaredBytes = total < quint64(check.declaredBytes) || total > quint64(INT64_MAX)
+                                  ? INT64_MAX
+                                  : std::int64_t(total);
         spans.push_back(Span{local, local + localHeaderSize + quint64(nameLength) + compressed});
         at += entryHeaderSize + nameLength + extraLength + commentLength;
     }

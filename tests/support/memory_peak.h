@@ -1,0 +1,48 @@
+#pragma once
+
+// The most memory this process has held since a moment the test chooses, from the kernel's own
+// accounting (the resident set's high-water mark, which the kernel lets a process reset).
+
+#include <QByteArray>
+#include <QFile>
+#include <QtGlobal>
+
+namespace brightloom::test {
+
+class MemoryPeak
+{
+public:
+    // Starts a new measurement: the high-water mark falls back to what is resident now.
+    MemoryPeak()
+    {
+        QFile clear(QStringLiteral("/proc/self/clear_refs"));
+        if (clear.open(QIODevice::WriteOnly))
+            clear.write("5");
+        m_start = statusKb("VmRSS:");
+    }
+
+    // How far the resident memory rose above its level at the start, at its highest; -1 when the
+    // kernel does not tell.
+    qint64 riseKb() const
+    {
+        const qint64 peak = statusKb("VmHWM:");
+        return peak < 0 || m_start < 0 ? -1 : peak - m_start;
+    }
+
+private:
+    static qint64 statusKb(const QByteArray& field)
+    {
+        QFile status(QStringLiteral("/proc/self/status"));
+        if (!status.open(QIODevice::ReadOnly))
+            return -1;
+        for (const QByteArray& line : status.readAll().split('\n')) {
+            if (line.startsWith(field))
+                return line.mid(field.size()).trimmed().split(' ').value(0).toLongLong();
+        }
+        return -1;
+    }
+
+    qint64 m_start = -1;
+};
+
+} // namespace brightloom::test
