@@ -71,8 +71,11 @@ int main(int argc, char** argv)
         std::printf("round %d: 10 KB %.2f ns/byte, 1 MB %.2f ns/byte\n", round + 1, smallNs, largeNs);
     }
     const bench::Spread s = bench::spread(ratios);
-    std::printf("RESULT repo link detection, time per byte of 1 MB over 10 KB (linear = 1.0): median %.2f "
+    std::printf("repo link detection, time per byte of 1 MB over 10 KB (linear = 1.0): median %.2f "
                 "(min %.2f, max %.2f) over %d rounds\n",
                 s.median, s.min, s.max, rounds);
+    std::printf("RESULT {\"per_byte_1mb_vs_10kb_median\":%.3f,\"per_byte_1mb_vs_10kb_min\":%.3f,"
+                "\"per_byte_1mb_vs_10kb_max\":%.3f}\n",
+                s.median, s.min, s.max);
     return 0;
 }

@@ -4,6 +4,7 @@
 
 #include "app/version.h"
 #include "ui/app/brightloom_app.h"
+#include "ui/app/first_frame_exit.h"
 #include "ui/app/palette.h"
 #include "ui/desktop/single_instance.h"
 
@@ -38,6 +39,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "brightloom: another window may be starting; this one runs on its own.\n");
 
     brightloom::ui::applyDesktopPalette(app);
+    brightloom::ui::quitAfterFirstFrameWhenAsked(app);
     brightloom::ui::BrightloomApp brightloom(instance);
     brightloom.window().show();
     return app.exec();
