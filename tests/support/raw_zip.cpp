@@ -67,6 +67,21 @@ RawZip& RawZip::mode(quint32 unixMode)
 QByteArray RawZip::bytes() const
 {
     QByteArray out;
+    // The fields a local header and its central directory record share, in the same order: the
+    // version needed, flags, method, time and date, checksum, both sizes, the name's length and an
+    // empty extra field.
+    const auto putSharedFields = [&out](const Entry& e) {
+        put16(out, 20);
+        put16(out, 0);
+        put16(out, e.method);
+        put16(out, 0);
+        put16(out, 0x21);
+        put32(out, e.crc);
+        put32(out, quint32(e.data.size()));
+        put32(out, e.size);
+        put16(out, quint16(e.name.size()));
+        put16(out, 0);
+    };
     QList<quint32> offsets;
     for (const Entry& e : m_entries) {
         if (e.sharedWith >= 0) {
@@ -75,16 +90,7 @@ QByteArray RawZip::bytes() const
         }
         offsets.append(quint32(out.size()));
         put32(out, 0x04034b50);
-        put16(out, 20);
-        put16(out, 0);
-        put16(out, e.method);
-        put16(out, 0);
-        put16(out, 0x21);
-        put32(out, e.crc);
-        put32(out, quint32(e.data.size()));
-        put32(out, e.size);
-        put16(out, quint16(e.name.size()));
-        put16(out, 0);
+        putSharedFields(e);
         out.append(e.name);
         out.append(e.data);
     }
@@ -93,16 +99,7 @@ QByteArray RawZip::bytes() const
         const Entry& e = m_entries.at(i);
         put32(out, 0x02014b50);
         put16(out, 0x031e); // made on Unix
-        put16(out, 20);
-        put16(out, 0);
-        put16(out, e.method);
-        put16(out, 0);
-        put16(out, 0x21);
-        put32(out, e.crc);
-        put32(out, quint32(e.data.size()));
-        put32(out, e.size);
-        put16(out, quint16(e.name.size()));
-        put16(out, 0);
+        putSharedFields(e);
         put16(out, 0);
         put16(out, 0);
         put16(out, 0);
