@@ -170,6 +170,7 @@ QCoro::Task<int> runSoak(TimedApplication& app, SoakOptions options)
     qint64 nextTrouble = 0, nextRotation = options.rotateEveryMs, nextActivity = 20'000;
     int troubleIndex = 0, rotationIndex = 0;
     bool sampledMinute = false;
+    qint64 nextMemoryLine = 60'000;
     app.resetLongest();
     while (clock.elapsed() < troubleMs) {
         const qint64 now = clock.elapsed();
@@ -184,7 +185,9 @@ QCoro::Task<int> runSoak(TimedApplication& app, SoakOptions options)
             window.model().select(rotation.at(rotationIndex++ % rotation.size()));
             nextRotation = now + options.rotateEveryMs;
         }
-        if (now >= nextActivity) {
+        // Messages are sent until memory is first sampled: a conversation that keeps growing would
+        // grow the window with it, and the memory check is about what leaks, not what is shown.
+        if (!sampledMinute && now >= nextActivity) {
             // Keeps jobs coming, so the conversation and the command line have builds to follow.
             auto* chat = qobject_cast<ui::ChatViewWidget*>(window.detail());
             const std::optional<Job> latest = chat ? chat->chatView()->latest() : std::nullopt;
@@ -195,6 +198,11 @@ QCoro::Task<int> runSoak(TimedApplication& app, SoakOptions options)
         if (!sampledMinute && now >= std::min<qint64>(60'000, troubleMs / 2)) {
             findings.residentAfterMinute = residentBytes();
             sampledMinute = true;
+        }
+        if (now >= nextMemoryLine) {
+            std::printf("minute %lld: resident %.1f MB\n", now / 60'000, double(residentBytes()) / 1e6);
+            std::fflush(stdout);
+            nextMemoryLine = now + 60'000;
         }
         for (const QString& text : unexpectedTexts(&window, messages))
             findings.texts.insert(text);
