@@ -73,6 +73,16 @@ ChatView::PollWait waitsOn(const std::shared_ptr<HandClock>& clock)
     return [clock](std::chrono::milliseconds interval) { return waitOn(clock, interval); };
 }
 
+// Starts the screen polling on a clock the test moves, and waits for its first wait to begin.
+std::shared_ptr<HandClock> pollOnHandClock(ChatView& view)
+{
+    const auto clock = std::make_shared<HandClock>();
+    view.setPollWait(waitsOn(clock));
+    view.startPolling();
+    spinUntil([&] { return clock->waits.size() == 1; });
+    return clock;
+}
+
 using std::chrono::milliseconds;
 
 // A service over HTTPS whose project detail the test rewrites between refreshes. Source jobs are
@@ -672,10 +682,8 @@ TEST_F(ChatViewTest, StoppedPollingAsksNothingMoreAndStartingAgainRunsOneLoop)
     API api;
     LocalBuilds local;
     ChatView view(api, local, project());
-    const auto clock = std::make_shared<HandClock>();
-    view.setPollWait(waitsOn(clock));
-    view.startPolling();
-    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 1; }));
+    const auto clock = pollOnHandClock(view);
+    ASSERT_EQ(clock->waits.size(), 1);
     view.stopPolling();
     EXPECT_FALSE(view.polling());
     clock->advance();
@@ -717,10 +725,8 @@ TEST_F(ChatViewTest, ScreenPollsEveryTwoAndAHalfSecondsUntilLoadedAndWhileTheNew
     API api;
     LocalBuilds local;
     ChatView view(api, local, project());
-    const auto clock = std::make_shared<HandClock>();
-    view.setPollWait(waitsOn(clock));
-    view.startPolling();
-    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 1; }));
+    const auto clock = pollOnHandClock(view);
+    ASSERT_EQ(clock->waits.size(), 1);
     EXPECT_FALSE(view.loaded());
 
     detailFails = false;
@@ -741,10 +747,8 @@ TEST_F(ChatViewTest, IdleScreenPollsEveryOneAndAHalfSeconds)
     API api;
     LocalBuilds local;
     ChatView view(api, local, project());
-    const auto clock = std::make_shared<HandClock>();
-    view.setPollWait(waitsOn(clock));
-    view.startPolling();
-    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 1; }));
+    const auto clock = pollOnHandClock(view);
+    ASSERT_EQ(clock->waits.size(), 1);
     clock->advance();
     ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 2; }));
     EXPECT_EQ(clock->waits, (QList<milliseconds>{milliseconds(1500), milliseconds(1500)}));
@@ -757,10 +761,8 @@ TEST_F(ChatViewTest, JobThatStartsDuringTheIdleWaitAddsTwoAndAHalfSecondsBeforeT
     API api;
     LocalBuilds local;
     ChatView view(api, local, project());
-    const auto clock = std::make_shared<HandClock>();
-    view.setPollWait(waitsOn(clock));
-    view.startPolling();
-    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 1; }));
+    const auto clock = pollOnHandClock(view);
+    ASSERT_EQ(clock->waits.size(), 1);
     // A message sent meanwhile started a job, and the send's own refresh saw it.
     jobs = QJsonArray{job(QStringLiteral("j2"), QStringLiteral("queued")),
                       job(QStringLiteral("j1"), QStringLiteral("ready"))};
