@@ -1,5 +1,5 @@
 // The window against a misbehaving stand-in service, for as long as asked (scripts/soak):
-//   brightloom_soak --minutes M [--project ID]
+//   brightloom_soak --minutes M [--project ID] [--stall-budget-ms MS]
 // Needs BRIGHTLOOM_URL (a stand-in service started with --control) and a signed-in session, or
 // BRIGHTLOOM_EMAIL and BRIGHTLOOM_PASSWORD. Exits 0 when the window held up.
 
@@ -24,9 +24,11 @@ int main(int argc, char** argv)
             options.minutes = args[i + 1].toDouble();
         else if (args[i] == QLatin1String("--project"))
             options.project = args[i + 1];
+        else if (args[i] == QLatin1String("--stall-budget-ms"))
+            options.stallBudgetMs = args[i + 1].toDouble();
     }
     if (options.minutes <= 0) {
-        std::fprintf(stderr, "usage: brightloom_soak --minutes M [--project ID]\n");
+        std::fprintf(stderr, "usage: brightloom_soak --minutes M [--project ID] [--stall-budget-ms MS]\n");
         return 2;
     }
     int status = 1;

@@ -2,9 +2,9 @@
 # The fault soak: a fresh stand-in service with its control interface, the window (offscreen) with a
 # conversation open, and a `brightloom-cli follow` loop beside it, while brightloom_soak injects
 # faults in rotation. Passes when neither client crashed or hung and the window held its limits.
-#   run_soak.sh BUILD_DIR MINUTES
+#   run_soak.sh BUILD_DIR MINUTES [STALL_BUDGET_MS]   (default 16.7: one frame at 60 Hz)
 set -euo pipefail
-build=$(cd "$1" && pwd) minutes=$2
+build=$(cd "$1" && pwd) minutes=$2 budget=${3:-16.7}
 home=$(mktemp -d)
 trap 'kill $(jobs -p) 2>/dev/null; wait 2>/dev/null; rm -rf "$home"' EXIT
 mkdir -p "$home/server" "$home/Downloads" && mkdir -m 0700 "$home/runtime"
@@ -36,7 +36,7 @@ project=$("$cli" new "a soak timer with a dark mode")
 ) &
 
 status=0
-${SOAK_WRAPPER:-} "$build/tools/soak/brightloom_soak" --minutes "$minutes" --project "$project" || status=$?
+${SOAK_WRAPPER:-} "$build/tools/soak/brightloom_soak" --minutes "$minutes" --project "$project" --stall-budget-ms "$budget" || status=$?
 
 runs=$(wc -l <"$home/follow.status")
 bad=$(grep -cvE '^(0|1)$' "$home/follow.status" || true)
