@@ -48,23 +48,25 @@ QStringList stringsAt(const json& object, const char* key, qsizetype index)
     return strings;
 }
 
-// Searched for; their anchors make them whole-text checks. Each is compiled once.
+// Searched for; their anchors make them whole-text checks. The end is \z, not $: $ also matches
+// before a final newline, which would let "name\n" through to git and to the folder name. Each is
+// compiled once.
 const QRegularExpression& repoPattern()
 {
     static const QRegularExpression pattern(
-        QStringLiteral("^https://github\\.com/[A-Za-z0-9_.-]+/[A-Za-z0-9_.-]+$"));
+        QStringLiteral("^https://github\\.com/[A-Za-z0-9_.-]+/[A-Za-z0-9_.-]+\\z"));
     return pattern;
 }
 
 const QRegularExpression& refPattern()
 {
-    static const QRegularExpression pattern(QStringLiteral("^[A-Za-z0-9_./-]{1,80}$"));
+    static const QRegularExpression pattern(QStringLiteral("^[A-Za-z0-9_./-]{1,80}\\z"));
     return pattern;
 }
 
 const QRegularExpression& folderPattern()
 {
-    static const QRegularExpression pattern(QStringLiteral("^[A-Za-z0-9_.-]{1,60}$"));
+    static const QRegularExpression pattern(QStringLiteral("^[A-Za-z0-9_.-]{1,60}\\z"));
     return pattern;
 }
 

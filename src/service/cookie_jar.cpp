@@ -1,10 +1,10 @@
 #include "cookie_jar.h"
 
 #include "app/paths.h"
+#include "cookie_file.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <QNetworkCookie>
 #include <QSaveFile>
 
 namespace brightloom {
@@ -58,17 +58,7 @@ void CookieJar::reloadIfChanged() const
         return;
     m_stamp = info.lastModified();
     m_size = info.size();
-    QList<QNetworkCookie> cookies;
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    while (!file.atEnd()) {
-        const QByteArray line = file.readLine().trimmed();
-        if (line.isEmpty())
-            continue;
-        for (const QNetworkCookie& cookie : QNetworkCookie::parseCookies(line)) {
-            if (cookie.isSessionCookie() || cookie.expirationDate() > now)
-                cookies.append(cookie);
-        }
-    }
+    const QList<QNetworkCookie> cookies = CookieFile::read(file.readAll(), QDateTime::currentDateTimeUtc());
     const_cast<CookieJar*>(this)->setAllCookies(cookies);
 }
 
@@ -78,11 +68,7 @@ void CookieJar::save()
     if (!file.open(QIODevice::WriteOnly))
         return;
     file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    for (const QNetworkCookie& cookie : allCookies()) {
-        if (cookie.isSessionCookie() || cookie.expirationDate() > now)
-            file.write(cookie.toRawForm(QNetworkCookie::Full) + '\n');
-    }
+    file.write(CookieFile::write(allCookies(), QDateTime::currentDateTimeUtc()));
     if (file.commit()) {
         const QFileInfo info(m_file);
         m_stamp = info.lastModified();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sign_in_callback.h"
+
 #include <QString>
 #include <QUrl>
 #include <qcoro/qcorotask.h>
@@ -29,10 +31,6 @@ namespace WebSignIn {
 
 // Shows the sign-in page and returns the one-time token of its callback; throws APIError.
 QCoro::Task<QString> run(QUrl url, SignInPage* page);
-
-// The value of the first "token" query item of a callback address; throws APIError
-// "Sign-in did not complete." when there is none.
-QString tokenFromCallback(const QString& callback);
 
 } // namespace WebSignIn
 

@@ -313,6 +313,19 @@ TEST_F(Assets, LongRefOrRefStartingWithADashIsRefused)
     EXPECT_TRUE(gitCalls().isEmpty());
 }
 
+TEST_F(Assets, AddressRefOrFolderNameEndingInANewlineIsRefused)
+{
+    declare(R"([{"repo": "https://github.com/acme/models\n", "paths": ["a"]}])");
+    EXPECT_EQ(fetch(),
+              refused + QStringLiteral("assets.json: https://github.com/acme/models\n is not a GitHub "
+                                       "repository"));
+    declare(R"([{"repo": "https://github.com/acme/models", "ref": "main\n", "paths": ["a"]}])");
+    EXPECT_EQ(fetch(), refused + QStringLiteral("assets.json: bad ref"));
+    declare(R"([{"repo": "https://github.com/acme/models", "paths": ["a"], "to": "models\n"}])");
+    EXPECT_EQ(fetch(), refused + QStringLiteral("assets.json: bad folder name"));
+    EXPECT_TRUE(gitCalls().isEmpty());
+}
+
 TEST_F(Assets, AssetsOverTheSizeLimitAreRefusedPartWay)
 {
     // 52,428,800 + 52,428,800 + 52,428,801 = 157,286,401 bytes: whichever comes last crosses the limit.

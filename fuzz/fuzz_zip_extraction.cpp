@@ -1,0 +1,169 @@
+// Zip unpacking of any bytes, in a fresh folder each run: the archive and the target folder sit
+// beside a sentinel folder holding a file and a link. Success or refusal, nothing outside the target
+// may change, and nothing inside it may be larger than the limits allow. A link that points outside
+// is kept as a link only (never written through), which is what the unpacker promises; a link is
+// therefore allowed to point anywhere, but nothing may be reached through one.
+
+#include "archive/zip_unpacking.h"
+
+#include <QByteArray>
+#include <QDir>
+#include <QFile>
+#include <QString>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+using namespace brightloom;
+namespace fs = std::filesystem;
+
+namespace {
+
+void require(bool holds)
+{
+    if (!holds)
+        std::abort();
+}
+
+// Small enough that a run stays fast; the unpacker treats its limits the same at any size.
+constexpr zip::Limits limits{64, 64 * 1024, 5'000};
+
+struct Stamp
+{
+    bool exists = false;
+    mode_t mode = 0;
+    off_t size = 0;
+    timespec modified{};
+    std::string linkTarget;
+
+    bool operator==(const Stamp& other) const
+    {
+        return exists == other.exists && mode == other.mode && size == other.size &&
+               modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec &&
+               linkTarget == other.linkTarget;
+    }
+};
+
+Stamp stampOf(const fs::path& path)
+{
+    Stamp stamp;
+    struct stat info;
+    if (::lstat(path.c_str(), &info) != 0)
+        return stamp;
+    stamp.exists = true;
+    stamp.mode = info.st_mode;
+    stamp.size = info.st_size;
+    stamp.modified = info.st_mtim;
+    if (S_ISLNK(info.st_mode)) {
+        std::error_code error;
+        stamp.linkTarget = fs::read_symlink(path, error).string();
+    }
+    return stamp;
+}
+
+std::set<std::string> listing(const fs::path& folder)
+{
+    std::set<std::string> names;
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error))
+        names.insert(entry.path().filename().string());
+    return names;
+}
+
+// Everything outside the target: the names beside it, the sentinel folder's names, each sentinel's
+// stamp, and the file's content.
+struct Outside
+{
+    std::set<std::string> parent;
+    std::set<std::string> sentinel;
+    Stamp folder, file, link, archive;
+    QByteArray content;
+
+    bool operator==(const Outside& other) const = default;
+};
+
+Outside outsideOf(const fs::path& base)
+{
+    Outside outside;
+    outside.parent = listing(base);
+    outside.sentinel = listing(base / "sentinel");
+    outside.folder = stampOf(base / "sentinel");
+    outside.file = stampOf(base / "sentinel" / "file");
+    outside.link = stampOf(base / "sentinel" / "link");
+    outside.archive = stampOf(base / "input.zip");
+    QFile file(QString::fromStdString((base / "sentinel" / "file").string()));
+    if (file.open(QIODevice::ReadOnly))
+        outside.content = file.readAll();
+    return outside;
+}
+
+bool inside(const fs::path& path, const fs::path& root)
+{
+    const fs::path relative = path.lexically_normal().lexically_relative(root);
+    return !relative.empty() && *relative.begin() != "..";
+}
+
+// Walks the target without following links: every file, folder and link must lie inside it, the
+// files' sizes must add up to no more than the limit, and no entry may have a link as a parent.
+void requireTargetWithinLimits(const fs::path& root)
+{
+    std::int64_t bytes = 0;
+    std::set<std::pair<dev_t, ino_t>> counted;
+    std::error_code error;
+    fs::recursive_directory_iterator it(root, fs::directory_options::none, error);
+    require(!error);
+    for (; it != fs::recursive_directory_iterator(); it.increment(error)) {
+        require(!error);
+        const fs::path path = it->path();
+        require(inside(path, root));
+        struct stat info;
+        require(::lstat(path.c_str(), &info) == 0);
+        require(S_ISREG(info.st_mode) || S_ISDIR(info.st_mode) || S_ISLNK(info.st_mode));
+        require((info.st_mode & (S_ISUID | S_ISGID)) == 0);
+        struct stat parent;
+        require(::lstat(path.parent_path().c_str(), &parent) == 0 && S_ISDIR(parent.st_mode));
+        if (S_ISREG(info.st_mode) && counted.insert({info.st_dev, info.st_ino}).second) {
+            require(info.st_size <= limits.maxBytes);
+            bytes += info.st_size;
+        }
+    }
+    require(bytes <= limits.maxBytes);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    char pattern[] = "/tmp/fuzz-zip-XXXXXX";
+    require(::mkdtemp(pattern) != nullptr);
+    const fs::path base = fs::path(pattern);
+    fs::create_directory(base / "target");
+    fs::create_directory(base / "sentinel");
+    {
+        QFile file(QString::fromStdString((base / "sentinel" / "file").string()));
+        require(file.open(QIODevice::WriteOnly) && file.write("kept as it is") == 13);
+        QFile archive(QString::fromStdString((base / "input.zip").string()));
+        require(archive.open(QIODevice::WriteOnly) &&
+                archive.write(reinterpret_cast<const char*>(data), qint64(size)) == qint64(size));
+    }
+    fs::create_symlink("file", base / "sentinel" / "link");
+    const Outside before = outsideOf(base);
+
+    const zip::Result result = zip::extract(QString::fromStdString((base / "input.zip").string()),
+                                            QString::fromStdString((base / "target").string()), limits);
+    require(result.ok == result.error.isEmpty());
+    require(result.bytes <= limits.maxBytes && result.entries <= limits.maxEntries + 1);
+
+    require(outsideOf(base) == before);
+    requireTargetWithinLimits(base / "target");
+
+    std::error_code error;
+    fs::remove_all(base, error);
+    require(!error && !fs::exists(base));
+    return 0;
+}
