@@ -5,6 +5,7 @@
 #include "app/paths.h"
 #include "archive/zip_extraction.h"
 #include "file_download.h"
+#include "move_without_replacing.h"
 #include "text/characters.h"
 
 #include <QDir>
@@ -37,16 +38,27 @@ void makeFolder(const QString& path)
 }
 
 // Moves `from` to folder/base.dmg, or folder/base N.dmg for the first N from 2 not taken yet.
-// Runs on the thread pool: a move across file systems copies the whole image.
+// Runs on the thread pool: a move across file systems copies the whole image. Two downloads may
+// finish at once and pick the same free name: the move never replaces a file, so the one that loses
+// the race takes the next name.
 QString moveToFreeName(const QString& from, const QString& folder, const QString& base)
 {
-    QString destination = folder + QLatin1Char('/') + base + QStringLiteral(".dmg");
-    for (int n = 2; QFileInfo::exists(destination) || QFileInfo(destination).isSymLink(); ++n)
-        destination =
-            folder + QLatin1Char('/') + base + QLatin1Char(' ') + QString::number(n) + QStringLiteral(".dmg");
-    if (!QFile::rename(from, destination))
-        return {};
-    return destination;
+    for (int n = 1;; ++n) {
+        QString destination = folder + QLatin1Char('/') + base;
+        if (n >= 2)
+            destination += QLatin1Char(' ') + QString::number(n);
+        destination += QStringLiteral(".dmg");
+        if (QFileInfo::exists(destination) || QFileInfo(destination).isSymLink())
+            continue;
+        switch (moveWithoutReplacing(from, destination)) {
+        case MoveOutcome::moved:
+            return destination;
+        case MoveOutcome::taken:
+            continue;
+        case MoveOutcome::failed:
+            return {};
+        }
+    }
 }
 
 QFuture<QString> startMoving(QString from, QString folder, QString base)

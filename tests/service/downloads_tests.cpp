@@ -332,6 +332,7 @@ TEST_F(DownloadTest, DmgDownloadsIgnoresASecondGetForABusyKey)
     downloads.get(QStringLiteral("other"), url("files/slow.dmg"), QStringLiteral("N"), api);
     EXPECT_EQ(downloads.busy().size(), 2);
     ASSERT_TRUE(spinUntil([&] { return downloads.busy().isEmpty(); }));
+    EXPECT_TRUE(downloads.error().isEmpty()) << downloads.error().toStdString();
     EXPECT_EQ(server.requestsTo(QStringLiteral("/files/slow.dmg")).size(), 2);
     EXPECT_EQ(filesUnder(hostFolder()), (QStringList{QStringLiteral("N 2.dmg"), QStringLiteral("N.dmg")}));
 }
