@@ -9,6 +9,15 @@
 
 namespace brightloom::test {
 
+// Under AddressSanitizer every allocation carries guard zones and freed memory is held back for a
+// while, so what the process holds says nothing of the program's own needs: memory bounds are not
+// checked there.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool memoryIsInstrumented = true;
+#else
+inline constexpr bool memoryIsInstrumented = false;
+#endif
+
 class MemoryPeak
 {
 public:
