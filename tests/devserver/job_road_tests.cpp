@@ -53,6 +53,7 @@ QList<ZipEntry> zipEntries(const QByteArray& zip)
     return entries;
 }
 
+// The entry points into `entries`, which must outlive it.
 const ZipEntry* entryNamed(const QList<ZipEntry>& entries, const QString& name)
 {
     for (const ZipEntry& entry : entries) {
@@ -61,6 +62,9 @@ const ZipEntry* entryNamed(const QList<ZipEntry>& entries, const QString& name)
     }
     return nullptr;
 }
+
+// A temporary list would be gone before its entry is read.
+const ZipEntry* entryNamed(QList<ZipEntry>&& entries, const QString& name) = delete;
 
 class DevServerJobsTest : public RoadTest
 {
@@ -332,7 +336,8 @@ TEST_F(DevServerJobsTest, CompileFaultPutsAnErrorDirectiveInTheSwiftCode)
     fault.insert(QStringLiteral("fault"), QStringLiteral("compile"));
     control("POST", QStringLiteral("control/source/next"), fault);
     const QString id = readyProject(QStringLiteral("notes"), {QStringLiteral("--local")});
-    const ZipEntry* swift = entryNamed(sourceArchiveOf(id), QStringLiteral("Sources/App/App.swift"));
+    const QList<ZipEntry> entries = sourceArchiveOf(id);
+    const ZipEntry* swift = entryNamed(entries, QStringLiteral("Sources/App/App.swift"));
     ASSERT_NE(swift, nullptr);
     EXPECT_TRUE(swift->content.contains("#error("));
 }
@@ -345,7 +350,8 @@ TEST_F(DevServerJobsTest, SourceFaultAppliesOnlyToTheNextSourceJob)
     const QString id = readyProject(QStringLiteral("notes"), {QStringLiteral("--local")});
     cliOk({QStringLiteral("send"), id, QStringLiteral("error: #error"), QStringLiteral("--fix")});
     finishJobs();
-    const ZipEntry* swift = entryNamed(sourceArchiveOf(id), QStringLiteral("Sources/App/App.swift"));
+    const QList<ZipEntry> entries = sourceArchiveOf(id);
+    const ZipEntry* swift = entryNamed(entries, QStringLiteral("Sources/App/App.swift"));
     ASSERT_NE(swift, nullptr);
     EXPECT_FALSE(swift->content.contains("#error("));
 }
