@@ -5,6 +5,7 @@
 
 #include "localbuild/asset_set.h"
 #include "localbuild/rejected.h"
+#include "require.h"
 
 #include <QByteArray>
 #include <QString>
@@ -12,15 +13,10 @@
 #include <cstdlib>
 
 using namespace brightloom;
+using brightloom::fuzz::require;
 using namespace brightloom::LocalBuild;
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 bool nameCharacter(QChar c)
 {

@@ -1,6 +1,7 @@
 // The sign-in callback address as any text. The answer is a token or APIError "Sign-in did not
 // complete."; the token must be the first "token" item that QUrlQuery finds in the same address.
 
+#include "require.h"
 #include "service/api_error.h"
 #include "service/sign_in_callback.h"
 
@@ -12,16 +13,7 @@
 #include <optional>
 
 using namespace brightloom;
-
-namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
-
-} // namespace
+using brightloom::fuzz::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

@@ -2,6 +2,7 @@
 // on one line), and what is written from it must read back the same: the next process of the client
 // sees the session this one saved.
 
+#include "require.h"
 #include "service/cookie_file.h"
 
 #include <QByteArray>
@@ -11,14 +12,9 @@
 #include <cstdlib>
 
 using namespace brightloom;
+using brightloom::fuzz::require;
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 // The file keeps an expiry to the second, while a max-age line is counted from the current moment
 // to the millisecond; everything else must come back exactly.

@@ -2,22 +2,14 @@
 // answer that changes between two runs over the same text is a finding.
 
 #include "conversation/repo_link.h"
+#include "require.h"
 
 #include <QString>
 #include <cstdint>
 #include <cstdlib>
 
 using namespace brightloom;
-
-namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
-
-} // namespace
+using brightloom::fuzz::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

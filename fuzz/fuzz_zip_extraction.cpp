@@ -5,6 +5,7 @@
 // therefore allowed to point anywhere, but nothing may be reached through one.
 
 #include "archive/zip_unpacking.h"
+#include "require.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -20,15 +21,10 @@
 #include <utility>
 
 using namespace brightloom;
+using brightloom::fuzz::require;
 namespace fs = std::filesystem;
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 // Small enough that a run stays fast; the unpacker treats its limits the same at any size.
 constexpr zip::Limits limits{64, 64 * 1024, 5'000};
