@@ -14,9 +14,9 @@
 #include "ui/library/tree_row_widget.h"
 #include "ui/library/version_row_widget.h"
 #include "ui/shared/app_header.h"
-#include "ui/shared/one_line_label.h"
 #include "ui/shared/error_label.h"
 #include "ui/shared/metrics.h"
+#include "ui/shared/one_line_label.h"
 #include "ui/shared/unsafe_banner.h"
 
 #include <QElapsedTimer>

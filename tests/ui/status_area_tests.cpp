@@ -16,8 +16,8 @@
 #include "ui/conversation/progress_row.h"
 #include "ui/conversation/status_area_widget.h"
 #include "ui/shared/app_header.h"
-#include "ui/shared/elapsed_seconds_label.h"
 #include "ui/shared/busy_spinner.h"
+#include "ui/shared/elapsed_seconds_label.h"
 #include "widget_lookup.h"
 
 #include <QJsonArray>

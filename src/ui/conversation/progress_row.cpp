@@ -1,7 +1,7 @@
 #include "progress_row.h"
 
-#include "ui/shared/elapsed_seconds_label.h"
 #include "ui/shared/busy_spinner.h"
+#include "ui/shared/elapsed_seconds_label.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

@@ -2,8 +2,8 @@
 
 #include "app/accent.h"
 #include "ui/shared/button_styles.h"
-#include "ui/shared/one_line_label.h"
 #include "ui/shared/metrics.h"
+#include "ui/shared/one_line_label.h"
 
 #include <QHBoxLayout>
 #include <QPainter>

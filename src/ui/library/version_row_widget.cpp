@@ -2,8 +2,8 @@
 
 #include "library/library_detail_view.h"
 #include "ui/shared/button_styles.h"
-#include "ui/shared/one_line_label.h"
 #include "ui/shared/link_button.h"
+#include "ui/shared/one_line_label.h"
 
 #include <QHBoxLayout>
 #include <QPainter>
@@ -15,7 +15,8 @@ namespace brightloom::ui {
 
 VersionRowWidget::VersionRowWidget(QWidget* parent)
     : QWidget(parent), m_title(new QLabel(this)), m_appName(new OneLineLabel(this)),
-      m_summary(new OneLineLabel(this)), m_progress(new QProgressBar(this)), m_download(new QPushButton(this)),
+      m_summary(new OneLineLabel(this)), m_progress(new QProgressBar(this)),
+      m_download(new QPushButton(this)),
       m_showInFinder(new LinkButton(LibraryDetailView::showInFinderText, this))
 {
     auto* layout = new QHBoxLayout(this);
