@@ -11,6 +11,7 @@
 #include "ui/library/gallery_tile.h"
 #include "ui/library/gallery_view_widget.h"
 #include "ui/shared/busy_spinner.h"
+#include "ui/shared/error_label.h"
 #include "widget_lookup.h"
 
 #include <QScrollArea>
@@ -167,7 +168,10 @@ TEST_F(GalleryWidgetTest, RefusedFavoritePutsTheHeartBackAndShowsTheServicesMess
         << "the heart fills at once";
     ASSERT_TRUE(spinUntil([&] { return gallery->errorLabel()->isVisible(); }));
     EXPECT_EQ(gallery->errorLabel()->text(), QStringLiteral("Favorites are closed today."));
-    EXPECT_EQ(gallery->errorLabel()->palette().color(QPalette::WindowText), QColor(220, 38, 38));
+    // The shared error red: (192, 28, 40) on a light window, lighter on a dark one.
+    const QPalette shown = gallery->errorLabel()->palette();
+    EXPECT_EQ(shown.color(QPalette::WindowText), ErrorLabel::colourOn(shown.color(QPalette::Window)));
+    EXPECT_EQ(ErrorLabel::colourOn(QColor(Qt::white)), QColor(192, 28, 40));
     EXPECT_EQ(accessibleName(heart), QStringLiteral("Add Delta to favorites"));
 }
 

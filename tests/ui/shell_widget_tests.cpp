@@ -17,6 +17,7 @@
 #include "ui/app/sidebar_model.h"
 #include "ui/app/worker_status_banner_widget.h"
 #include "ui/desktop/desktop_notifier.h"
+#include "ui/shared/error_label.h"
 #include "ui/shared/link_button.h"
 
 #include <QJsonDocument>
@@ -123,7 +124,10 @@ TEST_F(ShellWidgetTest, WrongPasswordShowsTheServicesMessageInRedAndKeepsTheFiel
     QTest::mouseClick(auth->primaryButton(), Qt::LeftButton);
     ASSERT_TRUE(spinUntil([&] { return auth->errorLabel()->isVisible(); }));
     EXPECT_EQ(auth->errorLabel()->text(), QStringLiteral("Invalid email or password"));
-    EXPECT_EQ(auth->errorLabel()->palette().color(QPalette::WindowText), QColor(220, 38, 38));
+    // The shared error red: (192, 28, 40) on a light window, lighter on a dark one.
+    const QPalette shown = auth->errorLabel()->palette();
+    EXPECT_EQ(shown.color(QPalette::WindowText), ErrorLabel::colourOn(shown.color(QPalette::Window)));
+    EXPECT_EQ(ErrorLabel::colourOn(QColor(Qt::white)), QColor(192, 28, 40));
     EXPECT_EQ(auth->emailField()->text(), QStringLiteral("ada@example.com"));
     EXPECT_EQ(auth->passwordField()->text(), QStringLiteral("wrong"));
     EXPECT_EQ(auth->passwordField()->echoMode(), QLineEdit::Password);

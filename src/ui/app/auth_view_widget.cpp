@@ -3,6 +3,7 @@
 #include "app/auth_view.h"
 #include "ui/shared/busy_spinner.h"
 #include "ui/shared/button_styles.h"
+#include "ui/shared/error_label.h"
 #include "ui/shared/link_button.h"
 #include "ui/shared/logo_mark.h"
 
@@ -64,13 +65,7 @@ AuthViewWidget::AuthViewWidget(API& api, QWidget* parent) : QWidget(parent), m_m
     layout->addWidget(m_email);
     layout->addWidget(m_password);
 
-    m_error = new QLabel(column);
-    m_error->setWordWrap(true);
-    m_error->setTextFormat(Qt::PlainText);
-    m_error->setAccessibleDescription(QStringLiteral("Sign-in error"));
-    QPalette red = m_error->palette();
-    red.setColor(QPalette::WindowText, QColor(220, 38, 38));
-    m_error->setPalette(red);
+    m_error = new ErrorLabel(QStringLiteral("Sign-in error"), column);
     QFont callout = m_error->font();
     callout.setPointSizeF(callout.pointSizeF() * 0.92);
     m_error->setFont(callout);
@@ -121,8 +116,7 @@ void AuthViewWidget::redraw()
 {
     const AuthView& model = *m_model;
     m_name->setVisible(model.creating());
-    m_error->setVisible(model.error().has_value());
-    m_error->setText(model.errorText());
+    m_error->setError(model.error() ? model.errorText() : QString());
     m_primary->setText(model.primaryLabel());
     m_primary->setEnabled(model.canSubmit());
     m_spinner->setVisible(model.busy());

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/shared/error_label.h"
+
 #include <QWidget>
 
 class QLabel;
@@ -42,7 +44,7 @@ private:
     QLineEdit* m_name;
     QLineEdit* m_email;
     QLineEdit* m_password;
-    QLabel* m_error;
+    ErrorLabel* m_error;
     QPushButton* m_primary;
     BusySpinner* m_spinner;
     QPushButton* m_google;

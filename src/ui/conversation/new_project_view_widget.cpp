@@ -7,6 +7,7 @@
 #include "location_picker.h"
 #include "ui/library/gallery_view_widget.h"
 #include "ui/shared/busy_spinner.h"
+#include "ui/shared/error_label.h"
 #include "ui/shared/metrics.h"
 
 #include <QHBoxLayout>
@@ -44,7 +45,7 @@ NewProjectViewWidget::NewProjectViewWidget(API& api, LocalBuilds& local, IconLoa
     : QWidget(parent), m_model(new NewProjectView(api, local, dialogs, onCreated, this)),
       m_scroll(new QScrollArea(this)), m_column(new QWidget),
       m_composer(new Composer(composerOptions(), m_column)), m_busy(new QWidget(m_column)),
-      m_notice(new LinkNoticeView(m_column)), m_error(new QLabel(m_column)),
+      m_notice(new LinkNoticeView(m_column)), m_error(new ErrorLabel(QStringLiteral("Error"), m_column)),
       m_picker(new LocationPicker(m_column)),
       m_gallery(new GalleryViewWidget(api, icons, desktop, std::move(onCreated), m_column))
 {
@@ -101,14 +102,6 @@ NewProjectViewWidget::NewProjectViewWidget(API& api, LocalBuilds& local, IconLoa
     column->addWidget(m_busy);
     column->addWidget(m_notice);
 
-    m_error->setWordWrap(true);
-    m_error->setTextFormat(Qt::PlainText);
-    m_error->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    QPalette red = m_error->palette();
-    red.setColor(QPalette::WindowText, QColor(220, 38, 38));
-    m_error->setPalette(red);
-    m_error->setAccessibleDescription(QStringLiteral("Error"));
-    m_error->hide();
     column->addWidget(m_error);
     column->addSpacing(6);
     column->addWidget(m_picker);
@@ -156,8 +149,7 @@ void NewProjectViewWidget::showBusy()
 
 void NewProjectViewWidget::showError()
 {
-    m_error->setText(m_model->errorText());
-    m_error->setVisible(m_model->error().has_value());
+    m_error->setError(m_model->error() ? m_model->errorText() : QString());
 }
 
 } // namespace brightloom::ui

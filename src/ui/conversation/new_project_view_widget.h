@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/shared/error_label.h"
+
 #include <QWidget>
 #include <functional>
 
@@ -64,7 +66,7 @@ private:
     Composer* m_composer;
     QWidget* m_busy;
     LinkNoticeView* m_notice;
-    QLabel* m_error;
+    ErrorLabel* m_error;
     LocationPicker* m_picker;
     GalleryViewWidget* m_gallery;
     bool m_appeared = false;

@@ -3,6 +3,7 @@
 #include "gallery_grid.h"
 #include "library/gallery_view.h"
 #include "ui/shared/busy_spinner.h"
+#include "ui/shared/error_label.h"
 #include "ui/shared/symbols.h"
 
 #include <QHBoxLayout>
@@ -23,8 +24,9 @@ const QString GalleryViewWidget::noApps = QStringLiteral("No apps to show right 
 GalleryViewWidget::GalleryViewWidget(API& api, IconLoader& icons, Desktop& desktop,
                                      std::function<void(QString)> onCreated, QWidget* parent)
     : QWidget(parent), m_model(new GalleryView(api, &desktop, std::move(onCreated), this)),
-      m_favorites(new QToolButton(this)), m_error(new QLabel(this)), m_spinner(new BusySpinner(20, this)),
-      m_empty(new QLabel(this)), m_grid(new GalleryGrid(*m_model, api, icons, this))
+      m_favorites(new QToolButton(this)), m_error(new ErrorLabel(QStringLiteral("Gallery error"), this)),
+      m_spinner(new BusySpinner(20, this)), m_empty(new QLabel(this)),
+      m_grid(new GalleryGrid(*m_model, api, icons, this))
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -59,14 +61,6 @@ GalleryViewWidget::GalleryViewWidget(API& api, IconLoader& icons, Desktop& deskt
     header->addWidget(m_favorites, 0, Qt::AlignTop);
     layout->addLayout(header);
 
-    m_error->setWordWrap(true);
-    m_error->setTextFormat(Qt::PlainText);
-    m_error->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    QPalette red = m_error->palette();
-    red.setColor(QPalette::WindowText, QColor(220, 38, 38));
-    m_error->setPalette(red);
-    m_error->setAccessibleDescription(QStringLiteral("Gallery error"));
-    m_error->hide();
     layout->addWidget(m_error);
 
     layout->addWidget(m_spinner, 0, Qt::AlignHCenter);
@@ -125,8 +119,7 @@ void GalleryViewWidget::showFilter()
 
 void GalleryViewWidget::showError()
 {
-    m_error->setText(m_model->errorText());
-    m_error->setVisible(m_model->error().has_value());
+    m_error->setError(m_model->error() ? m_model->errorText() : QString());
 }
 
 } // namespace brightloom::ui

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/shared/error_label.h"
+
 #include <QWidget>
 #include <functional>
 
@@ -54,7 +56,7 @@ private:
 
     GalleryView* m_model;
     QToolButton* m_favorites;
-    QLabel* m_error;
+    ErrorLabel* m_error;
     BusySpinner* m_spinner;
     QLabel* m_empty;
     GalleryGrid* m_grid;
