@@ -15,6 +15,7 @@
 #include "localbuild/local_builds.h"
 #include "recording_server.h"
 #include "service/api.h"
+#include "service_thread.h"
 #include "source_package.h"
 #include "stand_in_tools.h"
 #include "task_runner.h"
@@ -35,13 +36,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
-#include <sys/resource.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 #include <vector>
 
 using namespace brightloom;
 using namespace brightloom::test;
+using brightloom::bench::ServiceThread;
 
 namespace {
 
@@ -171,44 +171,6 @@ QString noisyTools(const QString& folder, int megabytes)
                                             " /dev/zero | tr '\\0' 'w' | fold -w 99 | sed 's/^/warning: /'");
 }
 
-// The service runs on a thread of its own, as a remote one would: sending a large reply is the
-// server's work, not the client's, and must not count as a stall of the client's main thread. It runs
-// at the lowest priority, so that it takes no processor time the client's threads want, as a service
-// on another machine would not.
-class ServiceThread
-{
-public:
-    explicit ServiceThread(std::function<void(RecordingServer&)> setUp)
-    {
-        m_thread.start();
-        m_context.moveToThread(&m_thread);
-        QMetaObject::invokeMethod(
-            &m_context,
-            [this, setUp] {
-                ::setpriority(PRIO_PROCESS, pid_t(::syscall(SYS_gettid)), 19);
-                m_server =
-                    new RecordingServer(TestCertificate::shared().certificate, TestCertificate::shared().key);
-                setUp(*m_server);
-                m_base = m_server->baseUrl();
-            },
-            Qt::BlockingQueuedConnection);
-    }
-    ~ServiceThread()
-    {
-        QMetaObject::invokeMethod(
-            &m_context, [this] { delete m_server; }, Qt::BlockingQueuedConnection);
-        m_thread.quit();
-        m_thread.wait();
-    }
-    QUrl baseUrl() const { return m_base; }
-
-private:
-    QThread m_thread;
-    QObject m_context;
-    RecordingServer* m_server = nullptr;
-    QUrl m_base;
-};
-
 int benchStall(int rounds, double traceMs)
 {
     auto* timed = static_cast<bench::TimedApplication*>(QCoreApplication::instance());
@@ -218,15 +180,18 @@ int benchStall(int rounds, double traceMs)
     for (int round = 0; round < rounds; ++round) {
         TempHome home;
         const QString jobId = QStringLiteral("job-%1").arg(round);
-        ServiceThread service([&](RecordingServer& server) {
-            server.offer(QStringLiteral("files/source.zip"), ScriptedReply::archive(source));
-            QJsonObject job{{QStringLiteral("id"), jobId},
-                            {QStringLiteral("status"), QStringLiteral("ready")},
-                            {QStringLiteral("mode"), QStringLiteral("source")},
-                            {QStringLiteral("sourceUrl"),
-                             QString(server.baseUrl().toString() + QStringLiteral("files/source.zip"))}};
-            server.on(QStringLiteral("GET /api/projects/p1"), ScriptedReply::json(200, detailWith(50, job)));
-        });
+        ServiceThread service(
+            [&](RecordingServer& server) {
+                server.offer(QStringLiteral("files/source.zip"), ScriptedReply::archive(source));
+                QJsonObject job{{QStringLiteral("id"), jobId},
+                                {QStringLiteral("status"), QStringLiteral("ready")},
+                                {QStringLiteral("mode"), QStringLiteral("source")},
+                                {QStringLiteral("sourceUrl"),
+                                 QString(server.baseUrl().toString() + QStringLiteral("files/source.zip"))}};
+                server.on(QStringLiteral("GET /api/projects/p1"),
+                          ScriptedReply::json(200, detailWith(50, job)));
+            },
+            {.https = true, .lowestPriority = true});
         home.setEnv("BRIGHTLOOM_URL", service.baseUrl().toString().toUtf8());
         home.setEnv("BRIGHTLOOM_CA_FILE", TestCertificate::shared().caFile.toUtf8());
         home.setEnv("BRIGHTLOOM_TOOLS_DIR", noisyTools(home.path() + QStringLiteral("/tools"), 100).toUtf8());

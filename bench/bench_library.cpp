@@ -11,6 +11,7 @@
 #include "bench_support.h"
 #include "recording_server.h"
 #include "service/api.h"
+#include "service_thread.h"
 #include "task_runner.h"
 #include "temp_home.h"
 #include "tick_watch.h"
@@ -25,6 +26,7 @@
 
 using namespace brightloom;
 using namespace brightloom::test;
+using brightloom::bench::ServiceThread;
 
 namespace {
 
@@ -64,43 +66,6 @@ QByteArray flatTree(int count)
         json += (i ? "," : "") + nodeHead + "]}";
     return json + "]}";
 }
-
-// The service runs on a thread of its own, as a remote one would: sending a large reply is the
-// server's work, not the page's.
-class ServiceThread
-{
-public:
-    explicit ServiceThread(QByteArray detail)
-    {
-        m_thread.start();
-        m_context.moveToThread(&m_thread);
-        QMetaObject::invokeMethod(
-            &m_context,
-            [this, detail] {
-                m_server =
-                    new RecordingServer(TestCertificate::shared().certificate, TestCertificate::shared().key);
-                m_server->on(QStringLiteral("GET /api/library/p1"), ScriptedReply::json(200, detail));
-                m_server->on(QStringLiteral("GET /api/projects/p1/github"),
-                             ScriptedReply::json(200, R"({"state":"connect"})"));
-                m_base = m_server->baseUrl();
-            },
-            Qt::BlockingQueuedConnection);
-    }
-    ~ServiceThread()
-    {
-        QMetaObject::invokeMethod(
-            &m_context, [this] { delete m_server; }, Qt::BlockingQueuedConnection);
-        m_thread.quit();
-        m_thread.wait();
-    }
-    QUrl baseUrl() const { return m_base; }
-
-private:
-    QThread m_thread;
-    QObject m_context;
-    RecordingServer* m_server = nullptr;
-    QUrl m_base;
-};
 
 // Notes the first paint of any version tree row.
 class FirstRowPaint final : public QObject
@@ -144,13 +109,23 @@ Opened open(API& api, IconLoader& icons, Desktop& desktop)
     return opened;
 }
 
+// An app's page and its GitHub panel, as the service answers them.
+std::function<void(RecordingServer&)> libraryService(QByteArray detail)
+{
+    return [detail](RecordingServer& server) {
+        server.on(QStringLiteral("GET /api/library/p1"), ScriptedReply::json(200, detail));
+        server.on(QStringLiteral("GET /api/projects/p1/github"),
+                  ScriptedReply::json(200, R"({"state":"connect"})"));
+    };
+}
+
 int run(int rounds, int levels)
 {
     TempHome home;
     home.setEnv("BRIGHTLOOM_CA_FILE", TestCertificate::shared().caFile.toUtf8());
     std::printf("writing a tree %d levels deep...\n", levels);
-    ServiceThread deepService(deepTree(levels));
-    ServiceThread smallService(flatTree(10));
+    ServiceThread deepService(libraryService(deepTree(levels)), {.https = true});
+    ServiceThread smallService(libraryService(flatTree(10)), {.https = true});
     home.setEnv("BRIGHTLOOM_URL", deepService.baseUrl().toString().toUtf8());
     API deepApi;
     home.setEnv("BRIGHTLOOM_URL", smallService.baseUrl().toString().toUtf8());

@@ -9,21 +9,38 @@
 #include <QThread>
 #include <QUrl>
 #include <functional>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace brightloom::bench {
+
+struct ServiceOptions
+{
+    bool https = false; // with the tests' certificate, which BRIGHTLOOM_CA_FILE must then trust
+    // At the lowest priority, so that it takes no processor time the client's threads want, as a
+    // service on another machine would not.
+    bool lowestPriority = false;
+};
 
 class ServiceThread
 {
 public:
     // `setUp` runs on the service's thread once its server listens.
-    explicit ServiceThread(const std::function<void(test::RecordingServer&)>& setUp = {})
+    explicit ServiceThread(const std::function<void(test::RecordingServer&)>& setUp = {},
+                           ServiceOptions options = {})
     {
         m_thread.start();
         m_context.moveToThread(&m_thread);
         QMetaObject::invokeMethod(
             &m_context,
-            [this, setUp] {
-                m_server = new test::RecordingServer;
+            [this, setUp, options] {
+                if (options.lowestPriority)
+                    ::setpriority(PRIO_PROCESS, id_t(::syscall(SYS_gettid)), 19);
+                m_server = options.https
+                               ? new test::RecordingServer(test::TestCertificate::shared().certificate,
+                                                           test::TestCertificate::shared().key)
+                               : new test::RecordingServer;
                 if (setUp)
                     setUp(*m_server);
                 m_base = m_server->baseUrl();
