@@ -1,6 +1,7 @@
 #include "worker_status_banner_widget.h"
 
 #include "app/worker_status_banner.h"
+#include "ui/shared/banner_frame.h"
 #include "ui/shared/symbols.h"
 
 #include <QLabel>
@@ -32,14 +33,7 @@ protected:
     {
         {
             QPainter painter(this);
-            painter.setRenderHint(QPainter::Antialiasing);
-            QColor fill = orange;
-            fill.setAlphaF(0.14f);
-            QColor edge = orange;
-            edge.setAlphaF(0.4f);
-            painter.setPen(QPen(edge, 1));
-            painter.setBrush(fill);
-            painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 8, 8);
+            paintBannerBox(painter, rect(), orange);
             const int side = 18;
             symbol(Symbol::warning).paint(&painter, QRect(13, (height() - side) / 2, side, side));
         }

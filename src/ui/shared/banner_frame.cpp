@@ -33,14 +33,21 @@ void BannerFrame::setRichText(const QString& richText)
 void BannerFrame::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
+    paintBannerBox(painter, rect(), m_tint);
+}
+
+void paintBannerBox(QPainter& painter, const QRect& rect, const QColor& tint)
+{
+    painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
-    QColor fill = m_tint;
+    QColor fill = tint;
     fill.setAlphaF(0.16f);
-    QColor edge = m_tint;
+    QColor edge = tint;
     edge.setAlphaF(0.45f);
     painter.setPen(QPen(edge, 1));
     painter.setBrush(fill);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 8, 8);
+    painter.drawRoundedRect(QRectF(rect).adjusted(0.5, 0.5, -0.5, -0.5), 8, 8);
+    painter.restore();
 }
 
 } // namespace brightloom::ui

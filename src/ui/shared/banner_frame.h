@@ -4,6 +4,7 @@
 #include <QFrame>
 
 class QLabel;
+class QPainter;
 
 namespace brightloom::ui {
 
@@ -28,5 +29,9 @@ private:
     QLabel* m_label;
     QColor m_tint;
 };
+
+// The banners' box: `rect` filled with a light wash of `tint` inside a rounded edge of it. For
+// banners that are one label rather than a frame.
+void paintBannerBox(QPainter& painter, const QRect& rect, const QColor& tint);
 
 } // namespace brightloom::ui
