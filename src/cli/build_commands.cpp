@@ -52,7 +52,7 @@ QCoro::Task<int> buildSource(API& api, QStringList words)
     if (!skipped.isEmpty())
         progress(skipped);
 
-    const std::optional<QString> errors = co_await LocalBuild::compile(folder, &progress);
+    const std::optional<QByteArray> errors = co_await LocalBuild::compile(folder, &progress);
     if (errors)
         throw APIError(QStringLiteral("The app did not compile; the compiler's output is above."));
 

@@ -195,7 +195,7 @@ QCoro::Task<> makeIcns(QString png, QString into, QString scratch, Limits limits
         co_await run(toolPath(QStringLiteral("iconutil")), arguments, std::nullopt, limits.packIcon);
     if (packed.code != 0)
         throw APIError(QStringLiteral("Could not make the app icon: ") +
-                       text::lastCharacters(packed.output, 200));
+                       text::lastCharacters(packed.text(), 200));
 }
 
 } // namespace brightloom::LocalBuild

@@ -175,7 +175,7 @@ QCoro::Task<> fetchAssets(QString project, OutputObserver log, Limits limits)
                                                 step.timeout, gitEnvironment());
                 if (ran.code != 0)
                     throw APIError(QStringLiteral("Could not download assets from ") + set.repo +
-                                   QStringLiteral(": ") + text::lastCharacters(ran.output, 200));
+                                   QStringLiteral(": ") + text::lastCharacters(ran.text(), 200));
             }
             const QString target = assets + QLatin1Char('/') + assetFolderName(set);
             if (!QDir().mkpath(target))

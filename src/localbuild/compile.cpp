@@ -24,13 +24,13 @@ QCoro::Task<std::optional<QString>> toolchainVersion(Limits limits)
                      limits.toolchainCheck);
     if (answer.code != 0)
         co_return std::nullopt;
-    const QStringList lines = answer.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QStringList lines = answer.text().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     if (lines.isEmpty())
         co_return std::nullopt;
     co_return lines.first();
 }
 
-QCoro::Task<std::optional<QString>> compile(QString dir, OutputObserver log, Limits limits)
+QCoro::Task<std::optional<QByteArray>> compile(QString dir, OutputObserver log, Limits limits)
 {
     QStringList arguments = swiftArguments("build", "-c");
     arguments << QStringLiteral("release");

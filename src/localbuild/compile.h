@@ -17,6 +17,6 @@ QCoro::Task<std::optional<QString>> toolchainVersion(Limits limits = {});
 // Builds the package in `dir` for release, handing every chunk of the build's output to `log` (from
 // any thread) as it arrives. Answers nothing when it built, else the build's whole output: compiler
 // errors, a toolchain that could not start, or a build stopped at its time limit alike.
-QCoro::Task<std::optional<QString>> compile(QString dir, OutputObserver log, Limits limits = {});
+QCoro::Task<std::optional<QByteArray>> compile(QString dir, OutputObserver log, Limits limits = {});
 
 } // namespace brightloom::LocalBuild

@@ -69,7 +69,7 @@ QCoro::Task<> embedFrameworks(QString dir, QString app, Limits limits)
         const Output checked = co_await run(toolPath(QStringLiteral("file")), fileCheckArguments(binary),
                                             std::nullopt, limits.fileCheck);
         // Static frameworks, missing binaries and failed checks all fall out here.
-        if (checked.output.contains(QLatin1String("shared library"), Qt::CaseInsensitive))
+        if (checked.text().contains(QLatin1String("shared library"), Qt::CaseInsensitive))
             kept.append(framework);
     }
     if (kept.isEmpty())

@@ -148,7 +148,7 @@ QCoro::Task<> LocalBuilds::build(QString project, Job job, QString sourceUrl, in
             co_return;
 
         set(id, [](LocalState& s) { s.phase = LocalState::Phase::compiling; });
-        std::optional<QString> errors = co_await m_pipeline.compile(dir, appender(id));
+        std::optional<QByteArray> errors = co_await m_pipeline.compile(dir, appender(id));
         if (!self)
             co_return;
 

@@ -58,7 +58,7 @@ public:
     bool isRunning(const QString& job) const { return m_running.contains(job); }
 
     // The request that asks the service to fix the compiler's `errors` in the project at `dir`.
-    static QString fixPrompt(const QString& errors, const QString& dir);
+    static QString fixPrompt(const QByteArray& errors, const QString& dir);
 
 Q_SIGNALS:
     void statesChanged();

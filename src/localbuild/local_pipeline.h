@@ -2,6 +2,7 @@
 
 #include "build_limits.h"
 
+#include <QByteArray>
 #include <QString>
 #include <functional>
 #include <optional>
@@ -22,8 +23,9 @@ struct LocalPipeline
     std::function<QCoro::Task<QString>(API& api, QString sourceUrl, QString job)> fetchSource;
     // Fetches the assets the source declares; throws when they cannot be had.
     std::function<QCoro::Task<>(QString dir, Log log)> fetchAssets;
-    // Compiles the project; answers the compiler's errors, or nothing when it built.
-    std::function<QCoro::Task<std::optional<QString>>(QString dir, Log log)> compile;
+    // Compiles the project; answers the compiler's output (UTF-8) when it failed, or nothing when it
+    // built.
+    std::function<QCoro::Task<std::optional<QByteArray>>(QString dir, Log log)> compile;
     // Assembles, signs and saves the app; answers the saved bundle's path.
     std::function<QCoro::Task<QString>(QString dir, QString job, std::optional<QString> version)> package;
 

@@ -181,7 +181,7 @@ QCoro::Task<QString> package(QString dir, QString job, std::optional<QString> ve
     // The build tool names the product folder on its last line; its status says nothing useful here.
     const Output binPath =
         co_await run(toolPath(QStringLiteral("xcrun")), binPathArguments(), dir, limits.findProduct);
-    const QStringList lines = binPath.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QStringList lines = binPath.text().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     const QString productFolder = lines.isEmpty() ? QString() : trimSpacesAndTabs(lines.last());
     if (productFolder.isEmpty())
         throw APIError(QStringLiteral("The build produced no executable."));
@@ -211,7 +211,7 @@ QCoro::Task<QString> package(QString dir, QString job, std::optional<QString> ve
     const Output signature =
         co_await run(toolPath(QStringLiteral("codesign")), signArguments(app), std::nullopt, limits.sign);
     if (signature.code != 0)
-        throw APIError(QStringLiteral("Signing failed: ") + text::lastCharacters(signature.output, 300));
+        throw APIError(QStringLiteral("Signing failed: ") + text::lastCharacters(signature.text(), 300));
 
     const QString destination = savedAppsFolder(job);
     const QString saved = destination + QLatin1Char('/') + slug + QStringLiteral(".app");

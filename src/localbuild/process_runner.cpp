@@ -31,8 +31,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr qsizetype chunkSize = 1 << 20; // as much as the pipe holds
-// Code units of a text the allocator maps on its own whatever its history (glibc's threshold for
-// that moves up to 32 MB).
+// Bytes of a text the allocator maps on its own whatever its history (glibc's threshold for that
+// moves up to 32 MB).
 constexpr qsizetype mappedSize = qsizetype(32) << 20;
 
 // Each waiting run holds one thread for the life of its child, so runs get a pool of their own and
@@ -102,10 +102,11 @@ QList<QByteArray> childEnvironment(const QMap<QString, QString>& extra)
     return chosen.values();
 }
 
-// Reads the pipe and decodes the stream as it arrives, so the whole output never sits in memory
-// twice. A multi-byte character cut by a chunk's end is kept back for the next read; only at the end
-// of the stream is an unfinished one replaced. Damaged sequences become one U+FFFD each, so decoding
-// chunk by chunk gives the same text as decoding the whole stream at once.
+// Reads the pipe and keeps the stream as it arrives, repaired where it is not UTF-8, so the whole
+// output sits in memory once, as the bytes the tool printed. A multi-byte character cut by a chunk's
+// end is kept back for the next read; only at the end of the stream is an unfinished one replaced.
+// Damaged sequences become one U+FFFD each, so repairing chunk by chunk gives the same text as
+// repairing the whole stream at once.
 class StreamText
 {
 public:
@@ -122,15 +123,15 @@ public:
         const QByteArrayView chunk(base + m_carry, status);
         const qsizetype total = m_carry + status;
         const qsizetype whole = completeLength(QByteArrayView(base, total));
-        decode(QByteArrayView(base, whole));
+        keep(QByteArrayView(base, whole));
         m_carry = total - whole;
         std::memmove(base, base + whole, std::size_t(m_carry));
         return chunk;
     }
 
-    QString finish()
+    QByteArray finish()
     {
-        decode(QByteArrayView(m_buffer.constData(), m_carry));
+        keep(QByteArrayView(m_buffer.constData(), m_carry));
         m_carry = 0;
         m_text.truncate(m_used);
         m_text.squeeze();
@@ -138,8 +139,8 @@ public:
     }
 
 private:
-    // How much of `bytes` can be decoded now: all of it unless it ends inside a character that
-    // more bytes could still complete.
+    // How much of `bytes` can be kept now: all of it unless it ends inside a character that more
+    // bytes could still complete.
     static qsizetype completeLength(QByteArrayView bytes)
     {
         const qsizetype n = bytes.size();
@@ -159,10 +160,15 @@ private:
         return n;
     }
 
-    void decode(QByteArrayView bytes)
+    void keep(QByteArrayView bytes)
     {
         if (bytes.isEmpty())
             return;
+        QByteArray repaired;
+        if (!text::isWellFormedUtf8(bytes)) {
+            repaired = text::repairedUtf8(bytes);
+            bytes = repaired;
+        }
         // Grows by doubling through realloc; the unused end is never touched, so it costs no memory.
         // Once past its first size it jumps to a size the allocator always maps on its own: growing
         // such a block moves pages instead of copying bytes while holding the allocator's lock, which
@@ -172,14 +178,13 @@ private:
             const qsizetype grown = m_text.isEmpty() ? 0 : std::max<qsizetype>(m_text.size() * 2, mappedSize);
             m_text.resize(std::max<qsizetype>(m_used + bytes.size(), grown));
         }
-        QChar* start = m_text.data();
-        const QChar* end = text::decodeUtf8Repairing(bytes, start + m_used);
-        m_used = end - start;
+        std::memcpy(m_text.data() + m_used, bytes.data(), std::size_t(bytes.size()));
+        m_used += bytes.size();
     }
 
     QByteArray m_buffer;
     qsizetype m_carry = 0;
-    QString m_text;
+    QByteArray m_text;
     qsizetype m_used = 0;
 };
 
@@ -263,8 +268,9 @@ private:
 
 Output failedToStart(const QByteArray& executable, const QString& why)
 {
-    return Output{-1, QStringLiteral("Could not start ") + QFile::decodeName(executable) +
-                          QStringLiteral(": ") + why};
+    const QString text =
+        QStringLiteral("Could not start ") + QFile::decodeName(executable) + QStringLiteral(": ") + why;
+    return Output{-1, text.toUtf8()};
 }
 
 QString systemError(int error)
@@ -408,11 +414,19 @@ QCoro::Task<Output> run(QString executable, QStringList arguments, std::optional
     co_return std::move(*ran);
 }
 
-void releaseInBackground(QString text)
+QString Output::text() const
+{
+    // A byte order mark at the start is part of what the tool printed.
+    QStringDecoder decoder(QStringDecoder::Utf8,
+                           QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+    return decoder(output);
+}
+
+void releaseInBackground(QByteArray text)
 {
     if (text.size() < (1 << 20))
         return; // small enough to free wherever it is
-    QThreadPool::globalInstance()->start([text = std::move(text)]() mutable { text = QString(); });
+    QThreadPool::globalInstance()->start([text = std::move(text)]() mutable { text = QByteArray(); });
 }
 
 } // namespace brightloom::LocalBuild

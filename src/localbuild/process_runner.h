@@ -3,6 +3,7 @@
 // The one routine that starts every external tool of the local build: a cleaned environment,
 // standard output and standard error merged into one stream, a time limit, and the whole text back.
 
+#include <QByteArray>
 #include <QMap>
 #include <QRegularExpression>
 #include <QString>
@@ -18,7 +19,13 @@ struct Output
 {
     qint32 code =
         0; // the child's exit status, the signal number when a signal ended it, -1 when it could not start
-    QString output; // standard output and standard error as they arrived, decoded as UTF-8
+    // Standard output and standard error as they arrived, as UTF-8 with every damaged sequence
+    // replaced by U+FFFD. Kept as bytes: a compiler may print hundreds of megabytes that nobody
+    // reads, and UTF-16 would double them.
+    QByteArray output;
+
+    // The output as text, for what shows it or searches it.
+    QString text() const;
 };
 
 // Called with each chunk of output that is valid UTF-8 on its own, from a thread of the pool, while
@@ -38,6 +45,6 @@ QCoro::Task<Output> run(QString executable, QStringList arguments, std::optional
 
 // Lets go of a tool's output on the thread pool when it is large: freeing hundreds of megabytes
 // takes the thread that does it longer than a frame. The caller must hold the only reference.
-void releaseInBackground(QString text);
+void releaseInBackground(QByteArray text);
 
 } // namespace brightloom::LocalBuild

@@ -1,98 +1,109 @@
 #include "lossy_utf8.h"
 
-#include <QStringDecoder>
+#include <cstdint>
+#include <cstring>
 
 namespace brightloom::text {
 namespace {
 
-constexpr char16_t replacement = 0xFFFD;
+// At `i`: a well-formed character of `length` bytes, or (when !valid) the maximal subpart of an
+// ill-formed one, `length` bytes that become one replacement. The ranges of the second byte are
+// those of the well-formed sequences of the Unicode standard (its table 3-7).
+struct Step
+{
+    qsizetype length;
+    bool valid;
+};
 
-// The byte-by-byte decoder, for input that holds something ill-formed. The ranges of the second byte
-// are those of the well-formed sequences of the Unicode standard (its table 3-7).
-QChar* decodeCarefully(QByteArrayView bytes, QChar* out)
+Step stepAt(const unsigned char* data, qsizetype i, qsizetype n)
+{
+    const unsigned char lead = data[i];
+    if (lead < 0x80)
+        return {1, true};
+    int length = 0;
+    unsigned char low = 0x80;
+    unsigned char high = 0xBF;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        length = 2;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        length = 3;
+        if (lead == 0xE0)
+            low = 0xA0; // no overlong forms
+        else if (lead == 0xED)
+            high = 0x9F; // no surrogates
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        length = 4;
+        if (lead == 0xF0)
+            low = 0x90; // no overlong forms
+        else if (lead == 0xF4)
+            high = 0x8F; // nothing past U+10FFFF
+    } else {
+        return {1, false}; // a continuation byte without its lead, or a byte that never starts one
+    }
+    for (int k = 1; k < length; ++k) {
+        const qsizetype at = i + k;
+        const bool fits =
+            at < n && (k == 1 ? data[at] >= low && data[at] <= high : data[at] >= 0x80 && data[at] <= 0xBF);
+        if (!fits)
+            return {k, false}; // the subpart ends before the byte that did not fit
+    }
+    return {length, true};
+}
+
+// How many leading bytes are ASCII, eight at a time.
+qsizetype asciiPrefix(const unsigned char* data, qsizetype n)
+{
+    qsizetype i = 0;
+    while (n - i >= 8) {
+        std::uint64_t word;
+        std::memcpy(&word, data + i, 8);
+        if (word & 0x8080808080808080ull)
+            break;
+        i += 8;
+    }
+    while (i < n && data[i] < 0x80)
+        ++i;
+    return i;
+}
+
+} // namespace
+
+bool isWellFormedUtf8(QByteArrayView bytes)
 {
     const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
     const qsizetype n = bytes.size();
     qsizetype i = 0;
     while (i < n) {
-        const unsigned char lead = data[i];
-        if (lead < 0x80) {
-            *out++ = QChar(char16_t(lead));
-            ++i;
-            continue;
-        }
-        int length = 0;
-        unsigned char low = 0x80;
-        unsigned char high = 0xBF;
-        if (lead >= 0xC2 && lead <= 0xDF) {
-            length = 2;
-        } else if (lead >= 0xE0 && lead <= 0xEF) {
-            length = 3;
-            if (lead == 0xE0)
-                low = 0xA0; // no overlong forms
-            else if (lead == 0xED)
-                high = 0x9F; // no surrogates
-        } else if (lead >= 0xF0 && lead <= 0xF4) {
-            length = 4;
-            if (lead == 0xF0)
-                low = 0x90; // no overlong forms
-            else if (lead == 0xF4)
-                high = 0x8F; // nothing past U+10FFFF
-        } else {
-            // A continuation byte without its lead, or a byte that never starts a character.
-            *out++ = QChar(replacement);
-            ++i;
-            continue;
-        }
-        char32_t code = lead & (0xFF >> (length + 1));
-        qsizetype at = i + 1;
-        bool whole = true;
-        for (int k = 1; k < length; ++k, ++at) {
-            const unsigned char next = at < n ? data[at] : 0;
-            const bool fits = at < n && (k == 1 ? next >= low && next <= high : next >= 0x80 && next <= 0xBF);
-            if (!fits) {
-                whole = false;
-                break;
-            }
-            code = (code << 6) | (next & 0x3F);
-        }
-        if (!whole) {
-            // The maximal subpart ends before the byte that did not fit; that byte starts afresh.
-            *out++ = QChar(replacement);
-            i = at;
-            continue;
-        }
-        if (code > 0xFFFF) {
-            *out++ = QChar(QChar::highSurrogate(code));
-            *out++ = QChar(QChar::lowSurrogate(code));
-        } else {
-            *out++ = QChar(char16_t(code));
-        }
-        i = at;
+        i += asciiPrefix(data + i, n - i);
+        if (i == n)
+            break;
+        const Step step = stepAt(data, i, n);
+        if (!step.valid)
+            return false;
+        i += step.length;
+    }
+    return true;
+}
+
+QByteArray repairedUtf8(QByteArrayView bytes)
+{
+    if (isWellFormedUtf8(bytes))
+        return bytes.toByteArray();
+    static constexpr char replacement[] = "\xEF\xBF\xBD";
+    const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+    const qsizetype n = bytes.size();
+    QByteArray out;
+    out.reserve(n + n / 2);
+    qsizetype i = 0;
+    while (i < n) {
+        const Step step = stepAt(data, i, n);
+        if (step.valid)
+            out.append(bytes.data() + i, step.length);
+        else
+            out.append(replacement, 3);
+        i += step.length;
     }
     return out;
-}
-
-} // namespace
-
-QChar* decodeUtf8Repairing(QByteArrayView bytes, QChar* out)
-{
-    // Qt's decoder is fast but replaces every byte of a damaged sequence; it is kept for input
-    // without damage, which is nearly all of it.
-    QStringDecoder decoder(QStringDecoder::Utf8,
-                           QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
-    QChar* end = decoder.appendToBuffer(out, bytes);
-    if (!decoder.hasError())
-        return end;
-    return decodeCarefully(bytes, out);
-}
-
-QString fromUtf8Repairing(QByteArrayView bytes)
-{
-    QString text(bytes.size(), Qt::Uninitialized);
-    QChar* start = text.data();
-    text.truncate(decodeUtf8Repairing(bytes, start) - start);
-    return text;
 }
 
 } // namespace brightloom::text

@@ -1,20 +1,20 @@
 #pragma once
 
+#include <QByteArray>
 #include <QByteArrayView>
-#include <QChar>
-#include <QString>
 
-// UTF-8 that may be damaged, decoded the way the platform's decoder repairs it: every maximal
+// UTF-8 that may be damaged, repaired the way the platform's decoder repairs it: every maximal
 // subpart of an ill-formed sequence (the longest start of a valid sequence that cannot be finished,
 // or else one byte) becomes one U+FFFD. A 4-byte character cut after its third byte is one
-// replacement, not three; a stray continuation byte is one.
+// replacement, not three; a stray continuation byte is one. The repair stays UTF-8, so a tool's
+// output of a gigabyte is held once, as the bytes it printed, until a screen shows some of it.
 namespace brightloom::text {
 
-// Decodes `bytes` into `out`, which has room for at least bytes.size() code units, and answers the
-// end of what was written. A byte order mark at the start is kept as a character.
-QChar* decodeUtf8Repairing(QByteArrayView bytes, QChar* out);
+// Whether `bytes` is well-formed UTF-8 throughout.
+bool isWellFormedUtf8(QByteArrayView bytes);
 
-// The same into a new string.
-QString fromUtf8Repairing(QByteArrayView bytes);
+// `bytes` as well-formed UTF-8; the same bytes when they already are. A byte order mark at the start
+// is kept.
+QByteArray repairedUtf8(QByteArrayView bytes);
 
 } // namespace brightloom::text

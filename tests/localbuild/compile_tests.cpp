@@ -51,7 +51,7 @@ TEST_F(Compile, SuccessfulBuildAnswersNothingAndStreamsItsOutput)
     Chunks chunks;
     const auto built = run(LocalBuild::compile(work(QStringLiteral("src")), chunks.observer()));
     ASSERT_TRUE(built.ok());
-    EXPECT_FALSE(built.value->has_value()) << built.value->value_or(QString()).toStdString();
+    EXPECT_FALSE(built.value->has_value()) << built.value->value_or(QByteArray()).toStdString();
     EXPECT_TRUE(chunks.text.contains(QStringLiteral("Build complete!"))) << chunks.text.toStdString();
     EXPECT_TRUE(QFileInfo(work(QStringLiteral("src/.build/release/App"))).isExecutable());
 }
@@ -67,11 +67,11 @@ TEST_F(Compile, CompilerErrorsComeBackWhole)
     ASSERT_TRUE(built.ok());
     ASSERT_TRUE(built.value->has_value());
     const QString canonical = QFileInfo(src).canonicalFilePath();
-    EXPECT_TRUE(
-        built.value->value().contains(canonical + QStringLiteral("/Sources/App/Broken.swift:2:3: error: "
-                                                                 "cannot find 'x' in scope")))
-        << built.value->value().toStdString();
-    EXPECT_TRUE(built.value->value().startsWith(QStringLiteral("Building for production...")));
+    const QString output = QString::fromUtf8(built.value->value());
+    EXPECT_TRUE(output.contains(canonical + QStringLiteral("/Sources/App/Broken.swift:2:3: error: "
+                                                           "cannot find 'x' in scope")))
+        << output.toStdString();
+    EXPECT_TRUE(output.startsWith(QStringLiteral("Building for production...")));
     EXPECT_TRUE(chunks.text.contains(QStringLiteral("error: cannot find 'x' in scope")));
 }
 
@@ -87,7 +87,7 @@ TEST_F(Compile, BuildStoppedAtItsTimeLimitAnswersItsPartialOutput)
     ASSERT_TRUE(built.ok());
     EXPECT_LT(clock.elapsed(), 20'000);
     ASSERT_TRUE(built.value->has_value()) << "a stopped build counts as failed";
-    EXPECT_EQ(built.value->value(), QStringLiteral("Building for production...\n"));
+    EXPECT_EQ(built.value->value(), QByteArray("Building for production...\n"));
 }
 
 } // namespace

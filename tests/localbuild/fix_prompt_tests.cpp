@@ -24,6 +24,12 @@ QString numberedLines(int count)
     return lines.join(QLatin1Char('\n'));
 }
 
+// The request for a compiler's output, given as text.
+QString fixPromptFor(const QString& output, const QString& dir)
+{
+    return LocalBuilds::fixPrompt(output.toUtf8(), dir);
+}
+
 // The text after the fixed header.
 QString body(const QString& prompt)
 {
@@ -35,55 +41,52 @@ QString body(const QString& prompt)
 
 TEST(FixPrompt, StartsWithTheFixedRequest)
 {
-    EXPECT_EQ(LocalBuilds::fixPrompt(QStringLiteral("a: error: x"), QStringLiteral("/nowhere")),
+    EXPECT_EQ(fixPromptFor(QStringLiteral("a: error: x"), QStringLiteral("/nowhere")),
               header + QStringLiteral("a: error: x"));
 }
 
 TEST(FixPrompt, OnlyErrorLineBeingTheLastYieldsThatOneLine)
 {
     const QString output = numberedLines(5) + QStringLiteral("\nApp.swift:3:1: error: boom");
-    EXPECT_EQ(body(LocalBuilds::fixPrompt(output, QStringLiteral("/p"))),
-              QStringLiteral("App.swift:3:1: error: boom"));
+    EXPECT_EQ(body(fixPromptFor(output, QStringLiteral("/p"))), QStringLiteral("App.swift:3:1: error: boom"));
 }
 
 TEST(FixPrompt, TenLinesWithoutAnErrorAreSentWhole)
 {
-    EXPECT_EQ(body(LocalBuilds::fixPrompt(numberedLines(10), QStringLiteral("/p"))), numberedLines(10));
+    EXPECT_EQ(body(fixPromptFor(numberedLines(10), QStringLiteral("/p"))), numberedLines(10));
 }
 
 TEST(FixPrompt, HundredLinesWithoutAnErrorSendTheLastThirty)
 {
     const QStringList all = numberedLines(100).split(QLatin1Char('\n'));
-    EXPECT_EQ(body(LocalBuilds::fixPrompt(all.join(QLatin1Char('\n')), QStringLiteral("/p"))),
+    EXPECT_EQ(body(fixPromptFor(all.join(QLatin1Char('\n')), QStringLiteral("/p"))),
               all.mid(70).join(QLatin1Char('\n')));
 }
 
 TEST(FixPrompt, AdjacentErrorLinesEachTakeTheirNextTwoSoTheSecondAppearsTwice)
 {
     const QString output = QStringLiteral("a error: one\nb error: two\nc\nd\ne");
-    EXPECT_EQ(body(LocalBuilds::fixPrompt(output, QStringLiteral("/p"))),
+    EXPECT_EQ(body(fixPromptFor(output, QStringLiteral("/p"))),
               QStringLiteral("a error: one\nb error: two\nc\nb error: two\nc\nd"));
 }
 
 TEST(FixPrompt, EmptyLinesAreKeptInAGroup)
 {
     const QString output = QStringLiteral("x error: one\n\nnext\nlast");
-    EXPECT_EQ(body(LocalBuilds::fixPrompt(output, QStringLiteral("/p"))),
-              QStringLiteral("x error: one\n\nnext"));
+    EXPECT_EQ(body(fixPromptFor(output, QStringLiteral("/p"))), QStringLiteral("x error: one\n\nnext"));
 }
 
 TEST(FixPrompt, ErrorTextOfExactly3200CharactersIsSentWhole)
 {
     const QString text = QStringLiteral("error: ") + QString(3200 - 7, QLatin1Char('x'));
     ASSERT_EQ(text.size(), 3200);
-    EXPECT_EQ(body(LocalBuilds::fixPrompt(text, QStringLiteral("/p"))), text);
+    EXPECT_EQ(body(fixPromptFor(text, QStringLiteral("/p"))), text);
 }
 
 TEST(FixPrompt, ErrorTextOf3201CharactersIsCutWithALineFeedAndEllipsis)
 {
     const QString text = QStringLiteral("error: ") + QString(3201 - 7, QLatin1Char('x'));
-    EXPECT_EQ(body(LocalBuilds::fixPrompt(text, QStringLiteral("/p"))),
-              text.left(3200) + QStringLiteral("\n\u2026"));
+    EXPECT_EQ(body(fixPromptFor(text, QStringLiteral("/p"))), text.left(3200) + QStringLiteral("\n\u2026"));
 }
 
 TEST(FixPrompt, ErrorTextOf3200CharactersOfEmojiAndAccentsIsSentWhole)
@@ -93,7 +96,7 @@ TEST(FixPrompt, ErrorTextOf3200CharactersOfEmojiAndAccentsIsSentWhole)
     for (int i = 7; i < 3200; ++i)
         text += i % 2 ? QStringLiteral("\U0001F600") : QStringLiteral("e\u0301");
     ASSERT_EQ(brightloom::text::characterCount(text), 3200);
-    EXPECT_EQ(body(LocalBuilds::fixPrompt(text, QStringLiteral("/p"))), text);
+    EXPECT_EQ(body(fixPromptFor(text, QStringLiteral("/p"))), text);
 }
 
 TEST(FixPrompt, ErrorTextPastThe3200CharactersIsCutBetweenCharacters)
@@ -106,7 +109,7 @@ TEST(FixPrompt, ErrorTextPastThe3200CharactersIsCutBetweenCharacters)
     for (int i = 7; i < 3200; ++i)
         kept += i % 2 ? family : letter;
     const QString text = kept + family + QStringLiteral("\nmore");
-    const QString sent = body(LocalBuilds::fixPrompt(text, QStringLiteral("/p")));
+    const QString sent = body(fixPromptFor(text, QStringLiteral("/p")));
     EXPECT_EQ(sent, kept + QStringLiteral("\n\u2026"));
     EXPECT_EQ(brightloom::text::characterCount(sent), 3202);
 }
@@ -115,7 +118,7 @@ TEST(FixPrompt, PathsUnderTheSourceFolderBecomeRelative)
 {
     const QString output =
         QStringLiteral("/work/src/Sources/App/App.swift:1:1: error: bad\n/work/srcx/b.swift");
-    EXPECT_EQ(body(LocalBuilds::fixPrompt(output, QStringLiteral("/work/src"))),
+    EXPECT_EQ(body(fixPromptFor(output, QStringLiteral("/work/src"))),
               QStringLiteral("Sources/App/App.swift:1:1: error: bad\n/work/srcx/b.swift"));
 }
 
@@ -129,6 +132,6 @@ TEST(FixPrompt, PathsBecomeRelativeAlsoThroughALinkedFolder)
     const QString resolved = QDir(temp.path()).canonicalPath() + QStringLiteral("/real/project");
     const QString output = resolved + QStringLiteral("/Sources/App/App.swift:2:5: error: x\n") + dir +
                            QStringLiteral("/Package.swift:1:1: note: y");
-    EXPECT_EQ(body(LocalBuilds::fixPrompt(output, dir)),
+    EXPECT_EQ(body(fixPromptFor(output, dir)),
               QStringLiteral("Sources/App/App.swift:2:5: error: x\nPackage.swift:1:1: note: y"));
 }

@@ -80,7 +80,7 @@ Output runToEnd(QString executable, QStringList arguments, std::optional<QString
                                        std::move(env), std::move(onOutput)),
                        std::chrono::seconds(60));
     EXPECT_TRUE(outcome.ok()) << outcome.errorText().toStdString();
-    return outcome.value.value_or(Output{-99, QStringLiteral("<did not finish>")});
+    return outcome.value.value_or(Output{-99, QByteArray("<did not finish>")});
 }
 
 QStringList lines(const QString& text)
@@ -101,7 +101,7 @@ TEST_F(Runner, ReturnsExitStatusAndOutput)
     const QString script = scripts.write(QStringLiteral("say"), "echo hello\nexit 3\n");
     const Output out = runToEnd(script, {});
     EXPECT_EQ(out.code, 3);
-    EXPECT_EQ(out.output, QStringLiteral("hello\n"));
+    EXPECT_EQ(out.text(), QStringLiteral("hello\n"));
 }
 
 TEST_F(Runner, PassesArgumentsUnchangedWithoutAShell)
@@ -112,7 +112,7 @@ TEST_F(Runner, PassesArgumentsUnchangedWithoutAShell)
                                          QStringLiteral("'quoted' \"x\""), QStringLiteral("*"),
                                          QStringLiteral("caf\u00e9")});
     EXPECT_EQ(out.code, 0);
-    EXPECT_EQ(out.output, QStringLiteral("[two words]\n[]\n[$HOME]\n['quoted' \"x\"]\n[*]\n[caf\u00e9]\n"));
+    EXPECT_EQ(out.text(), QStringLiteral("[two words]\n[]\n[$HOME]\n['quoted' \"x\"]\n[*]\n[caf\u00e9]\n"));
 }
 
 TEST_F(Runner, KeepsOnlyAllowedVariablesOfOurEnvironment)
@@ -128,7 +128,7 @@ TEST_F(Runner, KeepsOnlyAllowedVariablesOfOurEnvironment)
     env.set("PATHX", "not a whole match");
     env.set("BRIGHTLOOM_SECRET", "kept away");
     const Output out = runToEnd(QStringLiteral("/usr/bin/env"), {});
-    const QStringList vars = lines(out.output);
+    const QStringList vars = lines(out.text());
     EXPECT_TRUE(vars.contains(QStringLiteral("HTTP_PROXY=http://proxy.example:3128")));
     EXPECT_TRUE(vars.contains(QStringLiteral("HTTPS_PROXY=http://secure.example:3128")));
     EXPECT_TRUE(vars.contains(QStringLiteral("LC_ALL=C.UTF-8")));
@@ -169,19 +169,19 @@ TEST_F(Runner, ExtraEnvironmentWinsOverTheInheritedValue)
     extra.insert(QStringLiteral("PATH"), QStringLiteral("/x"));
     extra.insert(QStringLiteral("GIT_TERMINAL_PROMPT"), QStringLiteral("0"));
     const Output out = runToEnd(script, {}, {}, 30, extra);
-    EXPECT_EQ(out.output, QStringLiteral("/x|0"));
+    EXPECT_EQ(out.text(), QStringLiteral("/x|0"));
 }
 
 TEST_F(Runner, WithoutAWorkingDirectoryTheChildRunsInOurs)
 {
     const Output out = runToEnd(QStringLiteral("/bin/pwd"), {QStringLiteral("-P")});
-    EXPECT_EQ(out.output.trimmed(), QDir::current().canonicalPath());
+    EXPECT_EQ(out.text().trimmed(), QDir::current().canonicalPath());
 }
 
 TEST_F(Runner, RunsInTheGivenWorkingDirectory)
 {
     const Output out = runToEnd(QStringLiteral("/bin/pwd"), {QStringLiteral("-P")}, scripts.folder());
-    EXPECT_EQ(out.output.trimmed(), QDir(scripts.folder()).canonicalPath());
+    EXPECT_EQ(out.text().trimmed(), QDir(scripts.folder()).canonicalPath());
 }
 
 TEST_F(Runner, StandardErrorIsCollectedAndObservedLikeStandardOutput)
@@ -189,14 +189,14 @@ TEST_F(Runner, StandardErrorIsCollectedAndObservedLikeStandardOutput)
     const QString script = scripts.write(QStringLiteral("err"), "echo 'only on stderr' >&2\n");
     Observed observed;
     const Output out = runToEnd(script, {}, {}, 30, {}, observed.observer());
-    EXPECT_EQ(out.output, QStringLiteral("only on stderr\n"));
+    EXPECT_EQ(out.text(), QStringLiteral("only on stderr\n"));
     EXPECT_EQ(observed.chunks().join(QString()), QStringLiteral("only on stderr\n"));
 }
 
 TEST_F(Runner, OutputAndErrorShareOneStreamInOrder)
 {
     const QString script = scripts.write(QStringLiteral("both"), "echo one\necho two >&2\necho three\n");
-    EXPECT_EQ(runToEnd(script, {}).output, QStringLiteral("one\ntwo\nthree\n"));
+    EXPECT_EQ(runToEnd(script, {}).text(), QStringLiteral("one\ntwo\nthree\n"));
 }
 
 TEST_F(Runner, MissingExecutableComesBackWithCodeMinusOne)
@@ -204,8 +204,8 @@ TEST_F(Runner, MissingExecutableComesBackWithCodeMinusOne)
     const QString missing = scripts.path(QStringLiteral("no-such-tool"));
     const Output out = runToEnd(missing, {QStringLiteral("--version")});
     EXPECT_EQ(out.code, -1);
-    EXPECT_TRUE(out.output.startsWith(QStringLiteral("Could not start ") + missing + QStringLiteral(": ")))
-        << out.output.toStdString();
+    EXPECT_TRUE(out.text().startsWith(QStringLiteral("Could not start ") + missing + QStringLiteral(": ")))
+        << out.text().toStdString();
 }
 
 TEST_F(Runner, FileThatIsNotExecutableComesBackWithCodeMinusOne)
@@ -214,15 +214,15 @@ TEST_F(Runner, FileThatIsNotExecutableComesBackWithCodeMinusOne)
     QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
     const Output out = runToEnd(path, {});
     EXPECT_EQ(out.code, -1);
-    EXPECT_TRUE(out.output.startsWith(QStringLiteral("Could not start ") + path + QStringLiteral(": ")));
+    EXPECT_TRUE(out.text().startsWith(QStringLiteral("Could not start ") + path + QStringLiteral(": ")));
 }
 
 TEST_F(Runner, MissingWorkingDirectoryComesBackWithCodeMinusOne)
 {
     const Output out = runToEnd(QStringLiteral("/bin/pwd"), {}, scripts.path(QStringLiteral("gone")));
     EXPECT_EQ(out.code, -1);
-    EXPECT_TRUE(out.output.startsWith(QStringLiteral("Could not start /bin/pwd: ")))
-        << out.output.toStdString();
+    EXPECT_TRUE(out.text().startsWith(QStringLiteral("Could not start /bin/pwd: ")))
+        << out.text().toStdString();
 }
 
 TEST_F(Runner, ChildPastItsTimeLimitIsTerminatedAndItsPartialOutputReturned)
@@ -233,7 +233,7 @@ TEST_F(Runner, ChildPastItsTimeLimitIsTerminatedAndItsPartialOutputReturned)
     const Output out = runToEnd(script, {}, {}, 1.0);
     const qint64 took = clock.elapsed();
     EXPECT_EQ(out.code, 15); // ended by SIGTERM
-    EXPECT_EQ(out.output, QStringLiteral("partial\n"));
+    EXPECT_EQ(out.text(), QStringLiteral("partial\n"));
     EXPECT_GE(took, 950);
     EXPECT_LT(took, 10'000);
 }
@@ -252,7 +252,7 @@ TEST_F(Runner, TimeLimitSendsTheTerminationRequestOnlyOnce)
                                                 "exit 4\n");
     const Output out = runToEnd(script, {}, {}, 1.0);
     EXPECT_EQ(out.code, 4);
-    EXPECT_EQ(out.output, QStringLiteral("waiting\nasked\n"));
+    EXPECT_EQ(out.text(), QStringLiteral("waiting\nasked\n"));
 }
 
 TEST_F(Runner, ChildThatEndsInTimeIsNeverSignalled)
@@ -273,7 +273,7 @@ TEST_F(Runner, ChildThatEndsInTimeIsNeverSignalled)
     const Output out = runToEnd(script, {marker}, {}, 3.0);
     EXPECT_GE(clock.elapsed(), 600) << "the child was not there to be signalled";
     EXPECT_EQ(out.code, 0);
-    EXPECT_EQ(out.output, QStringLiteral("done\n"));
+    EXPECT_EQ(out.text(), QStringLiteral("done\n"));
     EXPECT_FALSE(QFile::exists(marker));
 }
 
@@ -286,7 +286,7 @@ TEST_F(Runner, OutputThatALeftoverProcessWritesAfterTheChildExitsIsKept)
     clock.start();
     const Output out = runToEnd(script, {}, {}, 20);
     EXPECT_EQ(out.code, 0);
-    EXPECT_EQ(out.output, QStringLiteral("early\nlate\n"));
+    EXPECT_EQ(out.text(), QStringLiteral("early\nlate\n"));
     EXPECT_LT(clock.elapsed(), 15'000) << "the run ended with the pipe, not at the limit";
 }
 
@@ -303,7 +303,7 @@ TEST_F(Runner, LeftoverProcessHoldingThePipeEndsTheRunAtTheToolsLimit)
     if (pid.open(QIODevice::ReadOnly))
         ::kill(pid_t(pid.readAll().trimmed().toInt()), SIGTERM);
     EXPECT_EQ(out.code, 3);
-    EXPECT_EQ(out.output, QStringLiteral("early\n"));
+    EXPECT_EQ(out.text(), QStringLiteral("early\n"));
     EXPECT_GE(elapsed, 1400);
     EXPECT_LT(elapsed, 20'000);
 }
@@ -316,7 +316,7 @@ TEST_F(Runner, ChildReadingStandardInputGetsEndOfFileAtOnce)
     clock.start();
     const Output out = runToEnd(script, {}, {}, 20);
     EXPECT_EQ(out.code, 0);
-    EXPECT_EQ(out.output, QStringLiteral("eof\n"));
+    EXPECT_EQ(out.text(), QStringLiteral("eof\n"));
     EXPECT_LT(clock.elapsed(), 10'000);
 }
 
@@ -327,7 +327,7 @@ TEST_F(Runner, CharacterSplitAcrossChunksArrivesWholeInTheOutput)
         scripts.write(QStringLiteral("split"), "printf 'a\\303'\nsleep 0.3\nprintf '\\251b'\n");
     Observed observed;
     const Output out = runToEnd(script, {}, {}, 30, {}, observed.observer());
-    EXPECT_EQ(out.output, QStringLiteral("a\u00e9b"));
+    EXPECT_EQ(out.text(), QStringLiteral("a\u00e9b"));
     for (const QString& chunk : observed.chunks())
         EXPECT_FALSE(chunk.contains(QChar(0xFFFD))) << chunk.toStdString();
     const QString seen = observed.chunks().join(QString());
@@ -339,7 +339,7 @@ TEST_F(Runner, InvalidUtf8IsReplacedInTheOutputAndNotObserved)
     const QString script = scripts.write(QStringLiteral("bad"), "printf 'ok\\377\\n'\n");
     Observed observed;
     const Output out = runToEnd(script, {}, {}, 30, {}, observed.observer());
-    EXPECT_EQ(out.output, QStringLiteral("ok\uFFFD\n"));
+    EXPECT_EQ(out.text(), QStringLiteral("ok\uFFFD\n"));
     EXPECT_TRUE(observed.chunks().isEmpty());
 }
 
@@ -347,14 +347,14 @@ TEST_F(Runner, UnfinishedCharacterAtTheEndIsReplaced)
 {
     const QString script = scripts.write(QStringLiteral("cut"), "printf 'x\\342\\202'\n");
     const Output out = runToEnd(script, {});
-    EXPECT_EQ(out.output, QStringLiteral("x\uFFFD"));
+    EXPECT_EQ(out.text(), QStringLiteral("x\uFFFD"));
 }
 
 TEST_F(Runner, FourByteCharacterCutAfterItsThirdByteIsOneReplacement)
 {
     // F0 9F 98 is the start of an emoji whose last byte never came.
     const QString script = scripts.write(QStringLiteral("cut4"), "printf 'x\\360\\237\\230'\n");
-    EXPECT_EQ(runToEnd(script, {}).output, QStringLiteral("x\uFFFD"));
+    EXPECT_EQ(runToEnd(script, {}).text(), QStringLiteral("x\uFFFD"));
 }
 
 TEST_F(Runner, EachMaximalInvalidSequenceBecomesOneReplacement)
@@ -364,7 +364,7 @@ TEST_F(Runner, EachMaximalInvalidSequenceBecomesOneReplacement)
     const QString script =
         scripts.write(QStringLiteral("damaged"), "printf 'a\\360\\237\\230b\\355\\240\\200c\\300\\200d"
                                                  "\\342\\202e\\377f\\360\\237\\230\\200'\n");
-    EXPECT_EQ(runToEnd(script, {}).output,
+    EXPECT_EQ(runToEnd(script, {}).text(),
               QStringLiteral("a\uFFFDb\uFFFD\uFFFD\uFFFDc\uFFFD\uFFFDd\uFFFDe\uFFFDf\U0001F600"));
 }
 
@@ -373,7 +373,7 @@ TEST_F(Runner, CutCharacterSplitAcrossChunksIsStillOneReplacement)
     // The first three bytes of an emoji, then after a pause a letter instead of the fourth.
     const QString script =
         scripts.write(QStringLiteral("split-cut"), "printf 'x\\360\\237'\nsleep 0.3\nprintf '\\230y'\n");
-    EXPECT_EQ(runToEnd(script, {}).output, QStringLiteral("x\uFFFDy"));
+    EXPECT_EQ(runToEnd(script, {}).text(), QStringLiteral("x\uFFFDy"));
 }
 
 TEST_F(Runner, ChildKilledBySignalReportsTheSignalNumber)
@@ -399,7 +399,7 @@ TEST_F(Runner, ChildInheritsNoDescriptorBeyondTheStandardThree)
     arguments += ours;
     const Output out = runToEnd(QStringLiteral("/bin/sh"), arguments);
     ::close(leaked);
-    QStringList inherited = lines(out.output);
+    QStringList inherited = lines(out.text());
     inherited.sort();
     EXPECT_EQ(inherited, (QStringList{QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("2")}));
 }
@@ -458,13 +458,13 @@ TEST_F(Runner, TwoHundredMegabytesArriveWholeAndInOrder)
     // Walk the lines: each must be the previous number plus one.
     qint64 expected = 1;
     qsizetype at = 0;
-    const QChar* data = out.output.constData();
+    const char* data = out.output.constData();
     const qsizetype size = out.output.size();
     bool ordered = true;
     while (at < size && ordered) {
         qint64 value = 0;
-        while (at < size && data[at] != QLatin1Char('\n'))
-            value = value * 10 + (data[at++].unicode() - '0');
+        while (at < size && data[at] != '\n')
+            value = value * 10 + (data[at++] - '0');
         ++at;
         ordered = value == expected++;
     }
@@ -495,5 +495,5 @@ TEST_F(Runner, ManyRunsAtOnceAllFinish)
         return std::all_of(outcomes.cbegin(), outcomes.cend(), [](const auto& o) { return o.finished; });
     }));
     for (int i = 0; i < 8; ++i)
-        EXPECT_EQ(outcomes[i].value->output, QString::number(i) + QLatin1Char('\n'));
+        EXPECT_EQ(outcomes[i].value->text(), QString::number(i) + QLatin1Char('\n'));
 }
