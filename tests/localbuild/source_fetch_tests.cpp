@@ -245,6 +245,29 @@ TEST_F(SourceFetch, ManifestBreakingARuleIsRefused)
                              "other than PackageDescription"));
 }
 
+TEST_F(SourceFetch, ImportWithAnAttributeOrATabBeforeTheModuleIsRefused)
+{
+    QByteArray attributed = goodManifest;
+    attributed.replace("import PackageDescription\n",
+                       "import PackageDescription\n@preconcurrency import Foundation\n");
+    QByteArray tabbed = goodManifest;
+    tabbed.replace("import PackageDescription\n", "import PackageDescription\nimport\tFoundation\n");
+    ASSERT_NE(attributed, goodManifest);
+    ASSERT_NE(tabbed, goodManifest);
+    for (const QByteArray& manifest : {attributed, tabbed}) {
+        const auto outcome = fetch(serve(project(manifest).zip()));
+        ASSERT_TRUE(outcome.error) << manifest.toStdString();
+        EXPECT_THROW(std::rethrow_exception(outcome.error), LocalBuild::Rejected);
+        EXPECT_EQ(outcome.errorText(),
+                  QStringLiteral("Refused to build this source: Package.swift imports something "
+                                 "other than PackageDescription"))
+            << manifest.toStdString();
+        QFile unpacked(jobFolder() + QStringLiteral("/Package.swift"));
+        ASSERT_TRUE(unpacked.open(QIODevice::ReadOnly));
+        EXPECT_EQ(unpacked.readAll(), manifest) << "the refused manifest is the one served";
+    }
+}
+
 TEST_F(SourceFetch, MissingAppTargetIsRefused)
 {
     ZipMaker zip;
