@@ -317,11 +317,15 @@ TEST_F(ChatViewTest, StageTextChangeRestartsTheCounterAndAKnownKeyKeepsItsStart)
     const QDateTime planning = view.status().since;
     refresh(view);
     EXPECT_EQ(view.status().since, planning) << "an existing entry is never overwritten";
+    // The clock moves on before the stage changes, so a restarted counter cannot read as the old one.
+    ASSERT_TRUE(spinUntil([&] { return QDateTime::currentDateTimeUtc() > planning; }));
     jobs = QJsonArray{job(QStringLiteral("j1"), QStringLiteral("building"), {}, QStringLiteral("signing"))};
     refresh(view);
-    EXPECT_TRUE(view.stageSince().contains(QStringLiteral("j1|building|signing")));
-    EXPECT_TRUE(view.stageSince().contains(QStringLiteral("j1|building|planning")));
+    ASSERT_TRUE(view.stageSince().contains(QStringLiteral("j1|building|signing")));
+    EXPECT_EQ(view.stageSince().value(QStringLiteral("j1|building|planning")), planning);
     EXPECT_EQ(view.stageSince().size(), 2);
+    EXPECT_EQ(view.status().since, view.stageSince().value(QStringLiteral("j1|building|signing")));
+    EXPECT_NE(view.status().since, planning) << "the counter starts again with the new stage";
 }
 
 TEST_F(ChatViewTest, QueuedJobCountsFromItsCreationWithOrWithoutFractionalSeconds)

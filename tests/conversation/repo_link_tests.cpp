@@ -30,6 +30,17 @@ TEST(RepoLinkTest, MatchingIgnoresCaseWhileTheAddressKeepsOwnerAndNameAsWritten)
     const RepoLink link = detected(QStringLiteral("see https://www.GitHub.COM/a/b/tree/main/ please"));
     EXPECT_EQ(link.ref, QStringLiteral("main"));
     EXPECT_EQ(link.url, QStringLiteral("https://github.com/a/b"));
+
+    // Owner and name in mixed case: the address has the canonical host and the owner and name as
+    // typed, whatever the case of the rest of the link.
+    for (const QString& text : {QStringLiteral("https://www.GitHub.COM/Ab/Cd/tree/main/"),
+                                QStringLiteral("HTTPS://WWW.GITHUB.COM/Ab/Cd/TREE/main/")}) {
+        const RepoLink mixed = detected(text);
+        EXPECT_EQ(mixed.url, QStringLiteral("https://github.com/Ab/Cd")) << text.toStdString();
+        EXPECT_EQ(mixed.name, QStringLiteral("Cd")) << text.toStdString();
+        EXPECT_EQ(mixed.ref, QStringLiteral("main")) << text.toStdString();
+        EXPECT_EQ(mixed.distinct, 1) << text.toStdString();
+    }
 }
 
 TEST(RepoLinkTest, RefHoldingTwoDotsIsDroppedButTheLinkIsKept)

@@ -139,6 +139,24 @@ TEST_F(RoadTest, NewWithFollowPrintsTheIdAndFollowsTheProjectToItsEnd)
         << followed.out.toStdString();
 }
 
+TEST_F(RoadTest, GalleryUseWithFollowPrintsTheNewProjectAndFollowsItToItsEnd)
+{
+    const ProcessResult followed = whileFinishingJobs(
+        {QStringLiteral("gallery"), QStringLiteral("use"), QStringLiteral("recipe-box"),
+         QStringLiteral("--follow"), QStringLiteral("--interval"), QStringLiteral("0.05")});
+    ASSERT_TRUE(followed.finished);
+    EXPECT_EQ(followed.exitCode, 0) << followed.err.toStdString();
+    const QString id = followed.out.split(QLatin1Char('\n')).first();
+    ASSERT_FALSE(id.isEmpty()) << followed.out.toStdString();
+    const QJsonObject copy = detail(id);
+    EXPECT_EQ(copy.value(QStringLiteral("project")).toObject().value(QStringLiteral("id")).toString(), id);
+    const QJsonArray jobs = copy.value(QStringLiteral("jobs")).toArray();
+    ASSERT_EQ(jobs.size(), 1);
+    EXPECT_EQ(jobs[0].toObject().value(QStringLiteral("status")).toString(), QStringLiteral("ready"));
+    EXPECT_EQ(lastLine(followed.out), QStringLiteral("Built in the cloud: Recipe Box 1.0"))
+        << followed.out.toStdString();
+}
+
 TEST_F(RoadTest, FailedCloudBuildEndsTheFollowWithItsError)
 {
     const Reply reply =

@@ -4,6 +4,7 @@
 #include "pipeline_fixture.h"
 #include "service/api_error.h"
 #include "task_runner.h"
+#include "text/characters.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -370,6 +371,48 @@ TEST_F(Assets, FailedGitStepQuotesTheEndOfItsOutputAndStopsTheRest)
     EXPECT_FALSE(QFileInfo::exists(project() + QStringLiteral("/.assets-src1")));
     EXPECT_EQ(m_log, QStringLiteral("Downloading assets from https://github.com/acme/first\n"
                                     "Downloading assets from https://github.com/acme/missing\n"));
+}
+
+TEST_F(Assets, FailedGitStepQuotesItsLastTwoHundredCharactersWhole)
+{
+    // A git that fails naming a folder written in several scripts: every character of the name takes
+    // more than one code unit (an accent written as a combining mark, an emoji with a skin tone, a
+    // flag, emoji joined into one), so a cut by code units or code points lands inside one.
+    const QStringList kinds{QStringLiteral("e\u0301"), QStringLiteral("\U0001F44D\U0001F3FD"),
+                            QStringLiteral("\U0001F1EB\U0001F1F7"),
+                            QStringLiteral("\U0001F469\u200D\U0001F4BB"), QStringLiteral("o\u0308\u0301")};
+    QStringList characters; // what git writes, one character at a time
+    const auto letters = [&characters](const QString& plain) {
+        for (const QChar letter : plain)
+            characters.append(letter);
+    };
+    letters(QStringLiteral("fatal: could not create work tree dir '"));
+    for (int i = 0; i < 300; ++i)
+        characters.append(kinds[i % kinds.size()]);
+    letters(QStringLiteral("': No space left on device\n"));
+    const QString said = characters.join(QString());
+    writeFile(toolsFolder() + QStringLiteral("/git-said"), said.toUtf8());
+    const QString wrapper = toolsFolder() + QStringLiteral("/git");
+    QFile::remove(wrapper);
+    writeFile(wrapper, "#!/bin/sh\ncat \"$(dirname \"$0\")/git-said\" >&2\nexit 128\n");
+    QFile::setPermissions(wrapper, QFile::permissions(wrapper) | QFile::ExeOwner);
+    declare(R"([{"repo": "https://github.com/acme/models", "paths": ["models"]}])");
+
+    const QString text = fetch();
+    const QString start = QStringLiteral("Could not download assets from https://github.com/acme/models: ");
+    ASSERT_TRUE(text.startsWith(start)) << text.toStdString();
+    const QString quoted = text.mid(start.size());
+    EXPECT_EQ(text::characterCount(quoted), 200);
+    EXPECT_GT(quoted.size(), 200) << "characters, not code units, are counted";
+    EXPECT_TRUE(said.endsWith(quoted)) << "the quote is the end of what git wrote";
+    ASSERT_FALSE(quoted.isEmpty());
+    EXPECT_FALSE(quoted.front().isLowSurrogate());
+    EXPECT_FALSE(quoted.front().isMark());
+    EXPECT_NE(quoted.front(), QChar(0x200D));
+    // Exactly the last two hundred characters, the first of them whole.
+    QStringList last = characters;
+    last.remove(0, characters.size() - 200);
+    EXPECT_EQ(quoted, last.join(QString()));
 }
 
 TEST_F(Assets, GitThatRunsPastItsLimitFailsTheEntry)

@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QMutex>
 #include <QMutexLocker>
 #include <QProcess>
@@ -482,6 +483,47 @@ TEST_F(Runner, MainThreadKeepsTickingWhileALargeOutputArrives)
     EXPECT_LT(ticks.longestMs(), 50.0);
     RecordProperty("longest_tick_gap_ms", std::to_string(ticks.longestMs()));
     std::printf("longest gap between 5 ms ticks: %.1f ms\n", ticks.longestMs());
+}
+
+namespace {
+
+// The niceness in a /proc/<pid>/stat or /proc/<pid>/task/<tid>/stat line: the 19th field, counted
+// after the name in parentheses, which may itself hold spaces.
+int nicenessIn(const QString& stat)
+{
+    const QStringList fields =
+        stat.mid(stat.lastIndexOf(QLatin1Char(')')) + 2).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    return fields.size() > 16 ? fields[16].toInt() : -100;
+}
+
+int niceness(const QString& statFile)
+{
+    QFile file(statFile);
+    return file.open(QIODevice::ReadOnly) ? nicenessIn(QString::fromLatin1(file.readAll())) : -100;
+}
+
+} // namespace
+
+TEST_F(Runner, ToolAndTheThreadWatchingItRunBelowTheMainThread)
+{
+    const int own = niceness(QStringLiteral("/proc/thread-self/stat"));
+    ASSERT_GT(own, -100);
+    ASSERT_LE(own, 14) << "this test needs room below its own priority";
+    // The child reports its own priority, as the kernel keeps it.
+    const QString script = scripts.write(QStringLiteral("nice"), "cat /proc/self/stat\n");
+    QMutex mutex;
+    QList<int> watching;
+    const Output out = runToEnd(script, {}, {}, 30, {}, [&](const QString&) {
+        const int mine = niceness(QStringLiteral("/proc/thread-self/stat"));
+        QMutexLocker lock(&mutex);
+        watching.append(mine);
+    });
+    ASSERT_EQ(out.code, 0) << out.output.toStdString();
+    EXPECT_GE(nicenessIn(out.output), own + 5) << out.output.toStdString();
+    ASSERT_FALSE(watching.isEmpty());
+    for (const int thread : watching)
+        EXPECT_GE(thread, own + 5) << "the thread that reads the tool's output";
+    EXPECT_EQ(niceness(QStringLiteral("/proc/thread-self/stat")), own) << "the main thread keeps its own";
 }
 
 TEST_F(Runner, ManyRunsAtOnceAllFinish)

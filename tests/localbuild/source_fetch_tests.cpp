@@ -6,6 +6,7 @@
 #include "service/api_error.h"
 #include "task_runner.h"
 #include "temp_home.h"
+#include "text/characters.h"
 #include "zip_maker.h"
 
 #include <QDir>
@@ -244,6 +245,29 @@ TEST_F(SourceFetch, ManifestBreakingARuleIsRefused)
                              "other than PackageDescription"));
 }
 
+TEST_F(SourceFetch, ImportWithAnAttributeOrATabBeforeTheModuleIsRefused)
+{
+    QByteArray attributed = goodManifest;
+    attributed.replace("import PackageDescription\n",
+                       "import PackageDescription\n@preconcurrency import Foundation\n");
+    QByteArray tabbed = goodManifest;
+    tabbed.replace("import PackageDescription\n", "import PackageDescription\nimport\tFoundation\n");
+    ASSERT_NE(attributed, goodManifest);
+    ASSERT_NE(tabbed, goodManifest);
+    for (const QByteArray& manifest : {attributed, tabbed}) {
+        const auto outcome = fetch(serve(project(manifest).zip()));
+        ASSERT_TRUE(outcome.error) << manifest.toStdString();
+        EXPECT_THROW(std::rethrow_exception(outcome.error), LocalBuild::Rejected);
+        EXPECT_EQ(outcome.errorText(),
+                  QStringLiteral("Refused to build this source: Package.swift imports something "
+                                 "other than PackageDescription"))
+            << manifest.toStdString();
+        QFile unpacked(jobFolder() + QStringLiteral("/Package.swift"));
+        ASSERT_TRUE(unpacked.open(QIODevice::ReadOnly));
+        EXPECT_EQ(unpacked.readAll(), manifest) << "the refused manifest is the one served";
+    }
+}
+
 TEST_F(SourceFetch, MissingAppTargetIsRefused)
 {
     ZipMaker zip;
@@ -288,6 +312,30 @@ TEST_F(SourceFetch, NamesClimbingOutAreRefused)
                   QStringLiteral("leads outside the folder"));
     expectRefused(project().file(QStringLiteral("a/../../x"), "evil").zip(),
                   QStringLiteral("leads outside the folder"));
+}
+
+TEST_F(SourceFetch, RefusalQuotesALongEntryNameByItsFirstHundredAndTwentyCharactersWhole)
+{
+    // Folders named with emoji and a letter whose accent has no precomposed form, so it stays a
+    // combining mark whatever form the names take in the archive: apart from the slashes no
+    // character of the name is one code unit, and the quote stops between two of them. Cut to its
+    // first 120 characters, the name leaves the refusal well inside the 300 characters quoted of it.
+    QStringList characters;
+    for (int folder = 0; folder < 6; ++folder) {
+        if (folder > 0)
+            characters.append(QStringLiteral("/"));
+        for (int i = 0; i < 25; ++i)
+            characters.append(i % 2 ? QStringLiteral("g\u0303") : QStringLiteral("\U0001F44D\U0001F3FD"));
+    }
+    const QString folders = characters.join(QString());
+    const auto outcome = fetch(serve(project().file(folders + QStringLiteral("/../x"), "evil").zip()));
+    ASSERT_TRUE(outcome.error);
+    const QString shown = characters.mid(0, 120).join(QString());
+    const QString expected = QStringLiteral("Could not unpack the source: the entry \"") + shown +
+                             QStringLiteral("\u2026\" leads outside the folder");
+    EXPECT_EQ(outcome.errorText(), expected) << outcome.errorText().toStdString();
+    EXPECT_EQ(text::characterCount(shown), 120);
+    EXPECT_GT(shown.size(), 120 * 2);
 }
 
 TEST_F(SourceFetch, AbsoluteAndDriveNamesAreRefused)

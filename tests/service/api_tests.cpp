@@ -105,6 +105,17 @@ TEST_F(ApiTest, ErrorStatusWithOnlyAnErrorStringUsesIt)
     EXPECT_EQ(run(api.request(QStringLiteral("api/x"), "GET")).errorText(), QStringLiteral("Forbidden here"));
 }
 
+TEST_F(ApiTest, ErrorStatusWhoseMessageIsGivenTwiceFailsWithTheLastOne)
+{
+    server.on(QStringLiteral("/api/x"), ScriptedReply::json(422, R"({"message":"a","message":"b"})"));
+    server.on(QStringLiteral("/api/y"),
+              ScriptedReply::json(409, R"({"message":"a","error":"first","message":7,"error":"last"})"));
+    API api;
+    EXPECT_EQ(run(api.request(QStringLiteral("api/x"), "GET")).errorText(), QStringLiteral("b"));
+    // A message whose last value is no text is no message, whatever came before it.
+    EXPECT_EQ(run(api.request(QStringLiteral("api/y"), "GET")).errorText(), QStringLiteral("last"));
+}
+
 TEST_F(ApiTest, ErrorStatusWithHtmlFailsWithRequestFailedAndTheStatus)
 {
     server.on(QStringLiteral("/api/x"), ScriptedReply::html(500, "<html><body>Oops</body></html>"));

@@ -151,6 +151,21 @@ TEST_F(EndpointTest, DetailReadsTheProjectWithItsHistory)
     EXPECT_EQ(detail.value->messages[0].role, QStringLiteral("user"));
 }
 
+TEST_F(EndpointTest, DetailWhoseJobsAreGivenTwiceKeepsTheLastList)
+{
+    server.on(
+        QStringLiteral("GET /api/projects/p1"),
+        ScriptedReply::json(200, R"({"project":{"id":"p1","name":"N"},"messages":[],)"
+                                 R"("jobs":[{"id":"old1","status":"failed"},{"id":"old2","status":"ready"}],)"
+                                 R"("jobs":[{"id":"new","status":"queued"}]})"));
+    API api;
+    const auto detail = run(api.detail(QStringLiteral("p1")));
+    ASSERT_TRUE(detail.ok()) << detail.errorText().toStdString();
+    ASSERT_EQ(detail.value->jobs.size(), 1) << "the two lists are not joined";
+    EXPECT_EQ(detail.value->jobs[0].id, QStringLiteral("new"));
+    EXPECT_EQ(detail.value->jobs[0].status, QStringLiteral("queued"));
+}
+
 TEST_F(EndpointTest, LibraryAndLibraryDetailReadTheirRecords)
 {
     server.on(QStringLiteral("GET /api/library"),

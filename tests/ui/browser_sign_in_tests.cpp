@@ -82,6 +82,26 @@ TEST_F(SingleInstanceTest, SecondProgramStartedWithTheCallbackHandsItOverAndExit
     EXPECT_EQ(callbacks.front().front().toString(), QStringLiteral("brightloom://callback?token=xyz"));
 }
 
+TEST_F(SingleInstanceTest, SecondProgramStartedPlainRaisesTheFirstAndExits)
+{
+    SingleInstance first(socket());
+    ASSERT_TRUE(first.listen());
+    QSignalSpy raised(&first, &SingleInstance::raiseRequested);
+    QSignalSpy callbacks(&first, &SingleInstance::callbackReceived);
+    QProcess second;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    second.setProcessEnvironment(environment);
+    second.start(QStringLiteral(BRIGHTLOOM_WINDOW_PATH), QStringList());
+    // A second window would keep running; the start that hands over ends on its own.
+    ASSERT_TRUE(spinUntil([&] { return second.state() == QProcess::NotRunning; }, std::chrono::seconds(30)));
+    EXPECT_EQ(second.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(second.exitCode(), 0) << second.readAllStandardError().toStdString();
+    ASSERT_TRUE(spinUntil([&] { return raised.count() == 1; }));
+    EXPECT_EQ(callbacks.count(), 0);
+}
+
 TEST_F(SingleInstanceTest, PlainSecondStartRaisesTheRunningWindowInsteadOfOpeningAnother)
 {
     SingleInstance first(socket());

@@ -211,9 +211,16 @@ TEST_F(ChatViewWidgetTest, ReturnSendsTheRequestWhichIsQueuedThenBuiltThenDownlo
     EXPECT_TRUE(counter->isVisibleTo(widget.get()));
     EXPECT_GT(counter->since(), queuedSince) << "a new stage starts the counter again";
     const QDateTime planningSince = counter->since();
+    const QString planning = ChatView::stageKey(*widget->chatView()->latest());
+    EXPECT_EQ(planningSince, widget->chatView()->stageSince().value(planning));
     step();
     ASSERT_TRUE(spinUntil([&] { return status() == QStringLiteral("Building: writing code\u2026"); }));
-    EXPECT_GE(counter->since(), planningSince);
+    const QString writing = ChatView::stageKey(*widget->chatView()->latest());
+    ASSERT_NE(writing, planning);
+    ASSERT_TRUE(widget->chatView()->stageSince().contains(writing)) << writing.toStdString();
+    EXPECT_EQ(counter->since(), widget->chatView()->stageSince().value(writing))
+        << "the counter counts from the start of the new stage";
+    EXPECT_NE(counter->since(), planningSince);
 
     finishJobs();
     ASSERT_TRUE(waitFor(QStringLiteral("Download app (.dmg)")));

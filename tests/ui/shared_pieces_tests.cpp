@@ -71,6 +71,7 @@ TEST(ElapsedSecondsLabelTest, RedrawsEverySecondOnlyWhileShown)
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     EXPECT_TRUE(label->ticking());
+    EXPECT_EQ(label->redrawInterval().count(), 1000) << "milliseconds";
     window.hide();
     EXPECT_FALSE(label->ticking());
 }

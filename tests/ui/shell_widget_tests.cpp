@@ -1,11 +1,16 @@
 #include "app/auth_view.h"
+#include "app/icon_loader.h"
 #include "app/main_view.h"
 #include "app/root_view.h"
+#include "app/scripted_dialogs.h"
 #include "app/version.h"
 #include "app/worker_status_banner.h"
 #include "conversation/chat_view.h"
+#include "gallery_service.h"
+#include "library/gallery_view.h"
 #include "localbuild/local_builds.h"
 #include "qt_printers.h"
+#include "recording_desktop.h"
 #include "recording_server.h"
 #include "service/api.h"
 #include "task_runner.h"
@@ -15,10 +20,17 @@
 #include "ui/app/root_view_widget.h"
 #include "ui/app/sidebar.h"
 #include "ui/app/sidebar_model.h"
+#include "ui/app/window_screens.h"
 #include "ui/app/worker_status_banner_widget.h"
+#include "ui/conversation/chat_view_widget.h"
+#include "ui/conversation/new_project_view_widget.h"
 #include "ui/desktop/desktop_notifier.h"
+#include "ui/library/gallery_grid.h"
+#include "ui/library/gallery_tile.h"
+#include "ui/library/gallery_view_widget.h"
 #include "ui/shared/error_label.h"
 #include "ui/shared/link_button.h"
+#include "widget_lookup.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -26,6 +38,7 @@
 #include <QLineEdit>
 #include <QListView>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -133,6 +146,35 @@ TEST_F(ShellWidgetTest, WrongPasswordShowsTheServicesMessageInRedAndKeepsTheFiel
     EXPECT_EQ(auth->passwordField()->echoMode(), QLineEdit::Password);
 }
 
+TEST_F(ShellWidgetTest, SwitchingModesHidesTheErrorAndKeepsTheFields)
+{
+    server.on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, "null"));
+    server.on(QStringLiteral("POST /api/auth/sign-in/email"),
+              ScriptedReply::json(401, R"({"message":"Invalid email or password"})"));
+    auto* root = new RootViewWidget(*api, *local, {}, nullptr);
+    show(root);
+    ASSERT_TRUE(spinUntil([&] { return root->authView() != nullptr; }));
+    AuthViewWidget* auth = root->authView();
+    QTest::keyClicks(auth->emailField(), QStringLiteral("ada@example.com"));
+    QTest::keyClicks(auth->passwordField(), QStringLiteral("wrong"));
+    QTest::mouseClick(auth->primaryButton(), Qt::LeftButton);
+    ASSERT_TRUE(spinUntil([&] { return auth->errorLabel()->isVisible(); }));
+
+    QTest::mouseClick(auth->toggleButton(), Qt::LeftButton);
+    EXPECT_FALSE(auth->errorLabel()->isVisible());
+    EXPECT_TRUE(auth->nameField()->isVisible());
+    EXPECT_EQ(auth->primaryButton()->text(), QStringLiteral("Create account"));
+    EXPECT_EQ(auth->emailField()->text(), QStringLiteral("ada@example.com"));
+    EXPECT_EQ(auth->passwordField()->text(), QStringLiteral("wrong"));
+
+    QTest::mouseClick(auth->toggleButton(), Qt::LeftButton);
+    EXPECT_FALSE(auth->errorLabel()->isVisible()) << "the error does not come back with the old mode";
+    EXPECT_EQ(auth->primaryButton()->text(), QStringLiteral("Sign in"));
+    EXPECT_EQ(auth->emailField()->text(), QStringLiteral("ada@example.com"));
+    EXPECT_EQ(auth->passwordField()->text(), QStringLiteral("wrong"));
+    EXPECT_EQ(server.requestsTo(QStringLiteral("/api/auth/sign-in/email")).size(), 1);
+}
+
 TEST_F(ShellWidgetTest, SignUpWithoutANameSendsTheEmailAsNameAndOpensTheMainScreen)
 {
     server.on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, "null"));
@@ -225,6 +267,45 @@ TEST_F(ShellWidgetTest, SidebarFollowsTheProjectListAfterACreateAndAFork)
     ASSERT_TRUE(run(api->forkTemplate(QStringLiteral("job-1"))).ok());
     EXPECT_EQ(sidebarRows(*main->sidebar()).mid(3),
               (QStringList{QStringLiteral("Clock copy"), QStringLiteral("Clock"), QStringLiteral("Notes")}));
+}
+
+TEST_F(ShellWidgetTest, TemplateFromTheGalleryOpensTheNewProjectsConversation)
+{
+    GalleryService service(server); // copying "recipes" makes the project "p-fork"
+    GalleryEntry recipes;
+    recipes.slug = QStringLiteral("recipes");
+    recipes.name = QStringLiteral("Recipes");
+    recipes.tagline = QStringLiteral("Every recipe in one place");
+    service.apps = {recipes};
+    QTemporaryDir cache;
+    IconLoader icons(cache.path());
+    RecordingDesktop desktop;
+    ScriptedDialogs dialogs;
+    auto* main =
+        new MainViewWidget(*api, *local, windowScreens(*api, *local, icons, desktop, dialogs), nullptr);
+    window.resize(1200, 900); // the gallery's first row in view below the form
+    show(main);
+    auto* start = qobject_cast<NewProjectViewWidget*>(main->detail());
+    ASSERT_NE(start, nullptr) << "a new window opens on the new project screen";
+    GalleryViewWidget* gallery = start->gallery();
+    ASSERT_TRUE(spinUntil([&] { return gallery->model().loaded(); }));
+    QCoreApplication::processEvents();
+    GalleryTile* tile = gallery->grid()->tileFor(QStringLiteral("recipes"));
+    ASSERT_NE(tile, nullptr);
+    QAbstractButton* use = buttonNamed(tile, QStringLiteral("Use as template"));
+    ASSERT_NE(use, nullptr);
+    QTest::mouseClick(use, Qt::LeftButton);
+
+    ASSERT_TRUE(spinUntil([&] { return main->model().selection() == QLatin1String("p-fork"); }));
+    EXPECT_EQ(service.forkRequests().size(), 1);
+    EXPECT_EQ(sidebarRows(*main->sidebar()).mid(3), QStringList{QStringLiteral("Copy")});
+    EXPECT_EQ(main->sidebar()->list()->currentIndex().data(SidebarModel::SelectionRole).toString(),
+              QStringLiteral("p-fork"));
+    EXPECT_EQ(main->model().detail().screen, MainView::Screen::conversation);
+    auto* conversation = qobject_cast<ChatViewWidget*>(main->detail());
+    ASSERT_NE(conversation, nullptr);
+    EXPECT_EQ(conversation->chatView()->project().id, QStringLiteral("p-fork"));
+    EXPECT_TRUE(conversation->isVisible());
 }
 
 TEST_F(ShellWidgetTest, ChoosingSidebarRowsSelectsTheirScreens)

@@ -139,7 +139,7 @@ class WindowTest(unittest.TestCase):
         ui.type_into(ui.find(app, pyatspi.ROLE_PASSWORD_TEXT, name="Password"), "not the password")
         ui.press(ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Sign in"))
         error = ui.find(app, pyatspi.ROLE_LABEL, description="Sign-in error")
-        self.assertTrue(error.name)
+        self.assertEqual(error.name, "Invalid email or password")
 
     def test_browser_sign_in_reaches_the_running_window_through_a_second_start(self):
         self.start_window()

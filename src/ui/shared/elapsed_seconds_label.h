@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QLabel>
 #include <QTimer>
+#include <chrono>
 #include <functional>
 
 namespace brightloom::ui {
@@ -24,6 +25,8 @@ public:
     void setClock(Clock clock);
     // Whether the once-a-second redraw is running.
     bool ticking() const { return m_timer.isActive(); }
+    // How long the label waits between two redraws while it ticks.
+    std::chrono::milliseconds redrawInterval() const { return m_timer.intervalAsDuration(); }
 
 public Q_SLOTS:
     void redraw();
