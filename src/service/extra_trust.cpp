@@ -19,9 +19,11 @@ void applyExtraTrust()
             qWarning("BRIGHTLOOM_CA_FILE names no readable PEM certificate; it is ignored");
             return;
         }
-        // CA certificates alone would replace the system roots, so both are set.
+        // Added, not set: setting the list would replace the system roots, and listing those too
+        // would read every one of them at start (a tenth of a second) instead of the one a server
+        // needs when it needs it.
         QSslConfiguration config = QSslConfiguration::defaultConfiguration();
-        config.setCaCertificates(QSslConfiguration::systemCaCertificates() + extra);
+        config.addCaCertificates(extra);
         QSslConfiguration::setDefaultConfiguration(config);
     });
 }
