@@ -132,6 +132,8 @@ QCoro::Task<QString> API::downloadApp(QString from, DownloadProgress progress)
     const zip::Result unpacked = co_await zip::extractInBackground(archive, folder, appArchiveLimits);
     QFuture<bool> removed = startRemoving(archive);
     co_await removed;
+    // The temporary file's object still holds the archive open: it goes on the pool too.
+    co_await discardInBackground(std::move(fetched));
     const QString app = unpacked.ok ? firstApp(folder) : QString();
     if (app.isEmpty())
         throw APIError(QStringLiteral("Could not unpack the downloaded app"));

@@ -13,9 +13,18 @@
 namespace brightloom {
 namespace {
 
-QFuture<void> startRemoving(QString path)
+// Removes and destroys the file on the thread pool. A QTemporaryFile keeps its descriptor open when
+// closed, until the object goes, and the last close of a removed file is when the system frees its
+// blocks: for an archive of hundreds of megabytes that is longer than a frame, so the object goes
+// there too.
+QFuture<void> startDiscarding(std::unique_ptr<QTemporaryFile> file)
 {
-    return QtConcurrent::run([path = std::move(path)] { QFile::remove(path); });
+    file->moveToThread(nullptr); // used and destroyed on a thread of the pool from here on
+    return QtConcurrent::run([file = std::shared_ptr<QTemporaryFile>(std::move(file))]() mutable {
+        file->setAutoRemove(false);
+        QFile::remove(file->fileName());
+        file.reset();
+    });
 }
 
 } // namespace
@@ -25,8 +34,7 @@ QCoro::Task<> discardInBackground(FetchedFile fetched)
     if (!fetched.file)
         co_return;
     fetched.file->close();
-    fetched.file->setAutoRemove(false);
-    QFuture<void> removed = startRemoving(fetched.file->fileName());
+    QFuture<void> removed = startDiscarding(std::move(fetched.file));
     co_await removed;
 }
 

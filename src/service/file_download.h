@@ -33,8 +33,8 @@ struct DownloadLimits
 QCoro::Task<FetchedFile> fetchToFile(QNetworkAccessManager& network, QUrl url, DownloadProgress progress = {},
                                      DownloadLimits limits = {});
 
-// Removes the fetched file on the thread pool, resuming when it is gone: unlinking a file of
-// hundreds of megabytes takes the thread that does it longer than a frame.
+// Removes the fetched file on the thread pool, resuming when it is gone: freeing a file of hundreds
+// of megabytes takes the thread that does it longer than a frame.
 QCoro::Task<> discardInBackground(FetchedFile fetched);
 
 } // namespace brightloom
