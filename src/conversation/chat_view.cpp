@@ -2,11 +2,19 @@
 
 #include "localbuild/local_builds.h"
 #include "service/api.h"
+#include "threads/release_in_background.h"
 
 #include <QRegularExpression>
 #include <qcoro/qcorotimer.h>
 
 namespace brightloom {
+
+namespace {
+
+// From this many messages a replaced list is freed on the thread pool.
+constexpr qsizetype largeList = 1000;
+
+} // namespace
 
 ChatView::ChatView(API& api, LocalBuilds& local, Project project, Desktop* desktop, QObject* parent)
     : QObject(parent), m_api(&api), m_local(&local), m_project(std::move(project)), m_desktop(desktop)
@@ -92,8 +100,10 @@ QCoro::Task<> ChatView::refresh()
                         return a.id == b.id && a.role == b.role && a.content == b.content;
                     });
     if (messagesDiffer) {
-        m_messages = std::move(detail->messages);
+        QList<Message> before = std::exchange(m_messages, std::move(detail->messages));
         Q_EMIT messagesChanged();
+        if (before.size() >= largeList)
+            releaseInBackground(std::move(before)); // perhaps the last holder of thousands
     }
 
     const std::optional<Job> before = latest();

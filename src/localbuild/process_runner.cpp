@@ -3,6 +3,7 @@
 #include "child_launch.h"
 #include "text/lossy_utf8.h"
 #include "threads/background_priority.h"
+#include "threads/release_in_background.h"
 
 #include <QDir>
 #include <QFile>
@@ -426,7 +427,7 @@ void releaseInBackground(QByteArray text)
 {
     if (text.size() < (1 << 20))
         return; // small enough to free wherever it is
-    QThreadPool::globalInstance()->start([text = std::move(text)]() mutable { text = QByteArray(); });
+    brightloom::releaseInBackground(std::move(text));
 }
 
 } // namespace brightloom::LocalBuild

@@ -519,7 +519,7 @@ TEST_F(Runner, ToolAndTheThreadWatchingItRunBelowTheMainThread)
         watching.append(mine);
     });
     ASSERT_EQ(out.code, 0) << out.output.toStdString();
-    EXPECT_GE(nicenessIn(out.output), own + 5) << out.output.toStdString();
+    EXPECT_GE(nicenessIn(out.text()), own + 5) << out.output.toStdString();
     ASSERT_FALSE(watching.isEmpty());
     for (const int thread : watching)
         EXPECT_GE(thread, own + 5) << "the thread that reads the tool's output";

@@ -1,5 +1,7 @@
 #include "bubble_list_model.h"
 
+#include "threads/release_in_background.h"
+
 namespace brightloom::ui {
 
 namespace {
@@ -8,6 +10,9 @@ bool same(const Message& a, const Message& b)
 {
     return a.id == b.id && a.role == b.role && a.content == b.content;
 }
+
+// From this many messages a list is freed on the thread pool.
+constexpr qsizetype largeList = 1000;
 
 } // namespace
 
@@ -26,13 +31,17 @@ void BubbleListModel::setMessages(const QList<Message>& messages)
         m_messages.resize(kept);
         endRemoveRows();
     }
+    // The list shown until now may be the last holder of ten thousand messages.
+    QList<Message> before;
     if (kept < messages.size()) {
         beginInsertRows({}, int(kept), int(messages.size() - 1));
-        m_messages = messages;
+        before = std::exchange(m_messages, messages);
         endInsertRows();
     } else {
-        m_messages = messages; // the same messages: share the new list, tell nobody
+        before = std::exchange(m_messages, messages); // the same messages: share the new list, tell nobody
     }
+    if (before.size() >= largeList)
+        releaseInBackground(std::move(before));
 }
 
 int BubbleListModel::rowCount(const QModelIndex& parent) const
