@@ -135,8 +135,10 @@ void requireTargetWithinLimits(const fs::path& root)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    char pattern[] = "/tmp/fuzz-zip-XXXXXX";
-    require(::mkdtemp(pattern) != nullptr);
+    // Under TMPDIR when set: a memory-backed folder there makes each run several times faster.
+    const char* tmp = std::getenv("TMPDIR");
+    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/fuzz-zip-XXXXXX";
+    require(::mkdtemp(pattern.data()) != nullptr);
     const fs::path base = fs::path(pattern);
     fs::create_directory(base / "target");
     fs::create_directory(base / "sentinel");
