@@ -16,6 +16,8 @@
 //   key(std::string_view) with escapes already resolved, endObject(), startArray(), endArray(), and
 //   syntaxError(std::size_t offset, const char* what), which ends the reading.
 
+#include "text/utf8_sequence.h"
+
 #include <QString>
 #include <cstdint>
 #include <cstring>
@@ -364,39 +366,14 @@ private:
         }
     }
 
-    // One character of two to four bytes, checked against the well-formed sequences of the Unicode
-    // standard (no overlong forms, no surrogates, nothing past U+10FFFF).
+    // One character of two to four bytes, well-formed as the Unicode standard defines it.
     bool scanMultiByte()
     {
-        const auto* b = reinterpret_cast<const unsigned char*>(m_p);
-        const unsigned char lead = b[0];
-        int length = 0;
-        unsigned char low = 0x80;
-        unsigned char high = 0xBF;
-        if (lead >= 0xC2 && lead <= 0xDF) {
-            length = 2;
-        } else if (lead >= 0xE0 && lead <= 0xEF) {
-            length = 3;
-            if (lead == 0xE0)
-                low = 0xA0;
-            else if (lead == 0xED)
-                high = 0x9F;
-        } else if (lead >= 0xF0 && lead <= 0xF4) {
-            length = 4;
-            if (lead == 0xF0)
-                low = 0x90;
-            else if (lead == 0xF4)
-                high = 0x8F;
-        } else {
+        const text::Utf8Step step =
+            text::utf8StepAt(reinterpret_cast<const unsigned char*>(m_begin), m_p - m_begin, m_end - m_begin);
+        if (!step.valid)
             return error("ill-formed UTF-8 in a string");
-        }
-        if (m_end - m_p < length || b[1] < low || b[1] > high)
-            return error("ill-formed UTF-8 in a string");
-        for (int k = 2; k < length; ++k) {
-            if (b[k] < 0x80 || b[k] > 0xBF)
-                return error("ill-formed UTF-8 in a string");
-        }
-        m_p += length;
+        m_p += step.length;
         return true;
     }
 

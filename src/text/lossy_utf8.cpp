@@ -1,54 +1,12 @@
 #include "lossy_utf8.h"
 
+#include "utf8_sequence.h"
+
 #include <cstdint>
 #include <cstring>
 
 namespace brightloom::text {
 namespace {
-
-// At `i`: a well-formed character of `length` bytes, or (when !valid) the maximal subpart of an
-// ill-formed one, `length` bytes that become one replacement. The ranges of the second byte are
-// those of the well-formed sequences of the Unicode standard (its table 3-7).
-struct Step
-{
-    qsizetype length;
-    bool valid;
-};
-
-Step stepAt(const unsigned char* data, qsizetype i, qsizetype n)
-{
-    const unsigned char lead = data[i];
-    if (lead < 0x80)
-        return {1, true};
-    int length = 0;
-    unsigned char low = 0x80;
-    unsigned char high = 0xBF;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        length = 2;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        length = 3;
-        if (lead == 0xE0)
-            low = 0xA0; // no overlong forms
-        else if (lead == 0xED)
-            high = 0x9F; // no surrogates
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        length = 4;
-        if (lead == 0xF0)
-            low = 0x90; // no overlong forms
-        else if (lead == 0xF4)
-            high = 0x8F; // nothing past U+10FFFF
-    } else {
-        return {1, false}; // a continuation byte without its lead, or a byte that never starts one
-    }
-    for (int k = 1; k < length; ++k) {
-        const qsizetype at = i + k;
-        const bool fits =
-            at < n && (k == 1 ? data[at] >= low && data[at] <= high : data[at] >= 0x80 && data[at] <= 0xBF);
-        if (!fits)
-            return {k, false}; // the subpart ends before the byte that did not fit
-    }
-    return {length, true};
-}
 
 // How many leading bytes are ASCII, eight at a time.
 qsizetype asciiPrefix(const unsigned char* data, qsizetype n)
@@ -77,7 +35,7 @@ bool isWellFormedUtf8(QByteArrayView bytes)
         i += asciiPrefix(data + i, n - i);
         if (i == n)
             break;
-        const Step step = stepAt(data, i, n);
+        const Utf8Step step = utf8StepAt(data, i, n);
         if (!step.valid)
             return false;
         i += step.length;
@@ -96,7 +54,7 @@ QByteArray repairedUtf8(QByteArrayView bytes)
     out.reserve(n + n / 2);
     qsizetype i = 0;
     while (i < n) {
-        const Step step = stepAt(data, i, n);
+        const Utf8Step step = utf8StepAt(data, i, n);
         if (step.valid)
             out.append(bytes.data() + i, step.length);
         else

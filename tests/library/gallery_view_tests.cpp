@@ -247,7 +247,7 @@ TEST_F(GalleryViewTest, UsingATemplateMarksItBusyThenHandsOnTheNewProject)
     EXPECT_EQ(api->projects().size(), 1) << "the project list was reloaded";
 }
 
-TEST_F(GalleryViewTest, WhileOneTemplateIsCopiedOnlyItIsBusyAndAnotherUseWaitsItsTurn)
+TEST_F(GalleryViewTest, WhileOneTemplateIsCopiedOnlyItIsBusyAndAnotherUseIsIgnored)
 {
     service.forkReply.delayMs = 300;
     const auto view = loadedView();

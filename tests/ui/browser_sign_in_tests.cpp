@@ -33,6 +33,19 @@ struct SingleInstanceTest : ::testing::Test
 {
     QTemporaryDir runtime;
     QString socket() const { return runtime.filePath(QStringLiteral("brightloom.socket")); }
+
+    // Starts the real window program as the desktop would a second time, with `arguments`, in this
+    // test's runtime folder; false when it did not end on its own.
+    bool startSecondProgram(QProcess& second, const QStringList& arguments) const
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        second.setProcessEnvironment(environment);
+        second.start(QStringLiteral(BRIGHTLOOM_WINDOW_PATH), arguments);
+        // A second window would keep running; the start that hands over ends on its own.
+        return spinUntil([&] { return second.state() == QProcess::NotRunning; }, std::chrono::seconds(30));
+    }
 };
 
 // Speaks to the running instance as a second start does, from this process: the request line, then
@@ -70,12 +83,7 @@ TEST_F(SingleInstanceTest, SecondProgramStartedWithTheCallbackHandsItOverAndExit
     ASSERT_TRUE(first.listen());
     QSignalSpy callbacks(&first, &SingleInstance::callbackReceived);
     QProcess second;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    second.setProcessEnvironment(environment);
-    second.start(QStringLiteral(BRIGHTLOOM_WINDOW_PATH), {QStringLiteral("brightloom://callback?token=xyz")});
-    ASSERT_TRUE(spinUntil([&] { return second.state() == QProcess::NotRunning; }, std::chrono::seconds(30)));
+    ASSERT_TRUE(startSecondProgram(second, {QStringLiteral("brightloom://callback?token=xyz")}));
     EXPECT_EQ(second.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(second.exitCode(), 0);
     ASSERT_TRUE(spinUntil([&] { return callbacks.count() == 1; }));
@@ -89,13 +97,7 @@ TEST_F(SingleInstanceTest, SecondProgramStartedPlainRaisesTheFirstAndExits)
     QSignalSpy raised(&first, &SingleInstance::raiseRequested);
     QSignalSpy callbacks(&first, &SingleInstance::callbackReceived);
     QProcess second;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    second.setProcessEnvironment(environment);
-    second.start(QStringLiteral(BRIGHTLOOM_WINDOW_PATH), QStringList());
-    // A second window would keep running; the start that hands over ends on its own.
-    ASSERT_TRUE(spinUntil([&] { return second.state() == QProcess::NotRunning; }, std::chrono::seconds(30)));
+    ASSERT_TRUE(startSecondProgram(second, QStringList()));
     EXPECT_EQ(second.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(second.exitCode(), 0) << second.readAllStandardError().toStdString();
     ASSERT_TRUE(spinUntil([&] { return raised.count() == 1; }));

@@ -98,6 +98,23 @@ struct ShellWidgetTest : ::testing::Test
         return requests.isEmpty() ? QJsonObject() : QJsonDocument::fromJson(requests.back().body).object();
     }
 
+    // The sign-in screen after a sign-in the service refused with "Invalid email or password".
+    AuthViewWidget* refusedSignIn()
+    {
+        server.on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, "null"));
+        server.on(QStringLiteral("POST /api/auth/sign-in/email"),
+                  ScriptedReply::json(401, R"({"message":"Invalid email or password"})"));
+        auto* root = new RootViewWidget(*api, *local, {}, nullptr);
+        show(root);
+        if (!spinUntil([&] { return root->authView() != nullptr; }))
+            return nullptr;
+        AuthViewWidget* auth = root->authView();
+        QTest::keyClicks(auth->emailField(), QStringLiteral("ada@example.com"));
+        QTest::keyClicks(auth->passwordField(), QStringLiteral("wrong"));
+        QTest::mouseClick(auth->primaryButton(), Qt::LeftButton);
+        return spinUntil([&] { return auth->errorLabel()->isVisible(); }) ? auth : nullptr;
+    }
+
     static QStringList sidebarRows(const Sidebar& sidebar)
     {
         QStringList rows;
@@ -125,17 +142,8 @@ TEST_F(ShellWidgetTest, RootShowsACentredSpinnerWhileCheckingThenTheSignInScreen
 
 TEST_F(ShellWidgetTest, WrongPasswordShowsTheServicesMessageInRedAndKeepsTheFields)
 {
-    server.on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, "null"));
-    server.on(QStringLiteral("POST /api/auth/sign-in/email"),
-              ScriptedReply::json(401, R"({"message":"Invalid email or password"})"));
-    auto* root = new RootViewWidget(*api, *local, {}, nullptr);
-    show(root);
-    ASSERT_TRUE(spinUntil([&] { return root->authView() != nullptr; }));
-    AuthViewWidget* auth = root->authView();
-    QTest::keyClicks(auth->emailField(), QStringLiteral("ada@example.com"));
-    QTest::keyClicks(auth->passwordField(), QStringLiteral("wrong"));
-    QTest::mouseClick(auth->primaryButton(), Qt::LeftButton);
-    ASSERT_TRUE(spinUntil([&] { return auth->errorLabel()->isVisible(); }));
+    AuthViewWidget* auth = refusedSignIn();
+    ASSERT_NE(auth, nullptr);
     EXPECT_EQ(auth->errorLabel()->text(), QStringLiteral("Invalid email or password"));
     // The shared error red: (192, 28, 40) on a light window, lighter on a dark one.
     const QPalette shown = auth->errorLabel()->palette();
@@ -148,17 +156,8 @@ TEST_F(ShellWidgetTest, WrongPasswordShowsTheServicesMessageInRedAndKeepsTheFiel
 
 TEST_F(ShellWidgetTest, SwitchingModesHidesTheErrorAndKeepsTheFields)
 {
-    server.on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, "null"));
-    server.on(QStringLiteral("POST /api/auth/sign-in/email"),
-              ScriptedReply::json(401, R"({"message":"Invalid email or password"})"));
-    auto* root = new RootViewWidget(*api, *local, {}, nullptr);
-    show(root);
-    ASSERT_TRUE(spinUntil([&] { return root->authView() != nullptr; }));
-    AuthViewWidget* auth = root->authView();
-    QTest::keyClicks(auth->emailField(), QStringLiteral("ada@example.com"));
-    QTest::keyClicks(auth->passwordField(), QStringLiteral("wrong"));
-    QTest::mouseClick(auth->primaryButton(), Qt::LeftButton);
-    ASSERT_TRUE(spinUntil([&] { return auth->errorLabel()->isVisible(); }));
+    AuthViewWidget* auth = refusedSignIn();
+    ASSERT_NE(auth, nullptr);
 
     QTest::mouseClick(auth->toggleButton(), Qt::LeftButton);
     EXPECT_FALSE(auth->errorLabel()->isVisible());
