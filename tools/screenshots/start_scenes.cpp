@@ -32,8 +32,16 @@ ScriptedDialogs& dialogs()
 // at all; the screen's toolchain check runs it.
 enum class Toolchain { found, slow, missing };
 
+// The developer tools the scenes were started with (the stand-ins), which later scenes build with.
+const QByteArray& startingTools()
+{
+    static const QByteArray tools = qgetenv("BRIGHTLOOM_TOOLS_DIR");
+    return tools;
+}
+
 void useToolchain(Toolchain which)
 {
+    startingTools(); // kept before the first change
     const QString base = QStandardPaths::writableLocation(QStandardPaths::TempLocation) +
                          QStringLiteral("/brightloom-screens-tools");
     const QString folder = base + (which == Toolchain::found  ? QStringLiteral("/found")
@@ -229,12 +237,19 @@ QCoro::Task<QWidget*> galleryBusy(SceneContext& context)
     co_return galleryPage(widget);
 }
 
+// Puts the starting tools back, so that a later scene's local build finds a compiler.
+QCoro::Task<> putToolsBack(SceneContext&)
+{
+    qputenv("BRIGHTLOOM_TOOLS_DIR", startingTools());
+    co_return;
+}
+
 const SceneRegistration registered{
-    {QStringLiteral("new-project"), QSize(1000, 900), emptyScreen},
-    {QStringLiteral("new-project-link"), QSize(1000, 700), linkNotice},
-    {QStringLiteral("new-project-this-mac"), QSize(1000, 640), thisMac},
-    {QStringLiteral("new-project-looking"), QSize(1000, 420), lookingForXcode},
-    {QStringLiteral("new-project-no-swift"), QSize(1000, 420), swiftNotFound},
+    {QStringLiteral("new-project"), QSize(1000, 900), emptyScreen, putToolsBack},
+    {QStringLiteral("new-project-link"), QSize(1000, 700), linkNotice, putToolsBack},
+    {QStringLiteral("new-project-this-mac"), QSize(1000, 640), thisMac, putToolsBack},
+    {QStringLiteral("new-project-looking"), QSize(1000, 420), lookingForXcode, putToolsBack},
+    {QStringLiteral("new-project-no-swift"), QSize(1000, 420), swiftNotFound, putToolsBack},
     {QStringLiteral("location-lines"), QSize(760, 330), pickerLines},
     {QStringLiteral("gallery"), QSize(1000, 860), galleryAll},
     {QStringLiteral("gallery-favorites"), QSize(1000, 420), galleryFavorites},
