@@ -6,15 +6,6 @@
 namespace brightloom::json {
 namespace {
 
-int hexValue(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return c - 'A' + 10;
-}
-
 char32_t hex4(const char* p)
 {
     char32_t value = 0;

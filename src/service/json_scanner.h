@@ -47,6 +47,18 @@ void unescapeInto(std::string_view raw, std::string& out);
 // The value of a number token the grammar accepted; infinite when it is beyond a double's range.
 double numberValue(std::string_view token);
 
+// The value of one hex digit, or -1 for any other character.
+inline int hexValue(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
+}
+
 template <class Handler> class Scanner
 {
 public:
@@ -59,7 +71,6 @@ public:
     {
         if (m_end - m_p >= 3 && std::memcmp(m_p, "\xEF\xBB\xBF", 3) == 0)
             m_p += 3;
-        enum class Next { Value, AfterValue, Key };
         Next next = Next::Value;
         for (;;) {
             switch (next) {
@@ -67,63 +78,13 @@ public:
                 skipSpace();
                 if (m_p == m_end)
                     return error("the text ends where a value should stand");
-                switch (*m_p) {
-                case '{':
-                    ++m_p;
-                    if (!m_handler.startObject())
+                if (*m_p == '{' || *m_p == '[') {
+                    if (!open(next))
                         return false;
-                    skipSpace();
-                    if (m_p < m_end && *m_p == '}') {
-                        ++m_p;
-                        if (!m_handler.endObject())
-                            return false;
-                        next = Next::AfterValue;
-                    } else {
-                        m_stack.push_back('{');
-                        next = Next::Key;
-                    }
-                    break;
-                case '[':
-                    ++m_p;
-                    if (!m_handler.startArray())
-                        return false;
-                    skipSpace();
-                    if (m_p < m_end && *m_p == ']') {
-                        ++m_p;
-                        if (!m_handler.endArray())
-                            return false;
-                        next = Next::AfterValue;
-                    } else {
-                        m_stack.push_back('[');
-                    }
-                    break;
-                case '"': {
-                    JsonString s;
-                    if (!scanString(s) || !m_handler.string(s))
+                } else {
+                    if (!scalar())
                         return false;
                     next = Next::AfterValue;
-                    break;
-                }
-                case 't':
-                    if (!literal("true", 4) || !m_handler.boolean(true))
-                        return false;
-                    next = Next::AfterValue;
-                    break;
-                case 'f':
-                    if (!literal("false", 5) || !m_handler.boolean(false))
-                        return false;
-                    next = Next::AfterValue;
-                    break;
-                case 'n':
-                    if (!literal("null", 4) || !m_handler.null())
-                        return false;
-                    next = Next::AfterValue;
-                    break;
-                default:
-                    if (!scanNumber())
-                        return false;
-                    next = Next::AfterValue;
-                    break;
                 }
                 break;
 
@@ -135,24 +96,20 @@ public:
                     return true;
                 }
                 if (m_p == m_end)
-                    return error(m_stack.back() == '{' ? "the text ends inside an object"
-                                                       : "the text ends inside an array");
+                    return error(inObject() ? "the text ends inside an object"
+                                            : "the text ends inside an array");
                 if (*m_p == ',') {
                     ++m_p;
-                    next = m_stack.back() == '{' ? Next::Key : Next::Value;
-                } else if (m_stack.back() == '{' && *m_p == '}') {
+                    next = inObject() ? Next::Key : Next::Value;
+                } else if (*m_p == (inObject() ? '}' : ']')) {
                     ++m_p;
+                    const bool object = inObject();
                     m_stack.pop_back();
-                    if (!m_handler.endObject())
-                        return false;
-                } else if (m_stack.back() == '[' && *m_p == ']') {
-                    ++m_p;
-                    m_stack.pop_back();
-                    if (!m_handler.endArray())
+                    if (!(object ? m_handler.endObject() : m_handler.endArray()))
                         return false;
                 } else {
-                    return error(m_stack.back() == '{' ? "expected \",\" or \"}\" after a member"
-                                                       : "expected \",\" or \"]\" after an element");
+                    return error(inObject() ? "expected \",\" or \"}\" after a member"
+                                            : "expected \",\" or \"]\" after an element");
                 }
                 break;
 
@@ -183,6 +140,48 @@ public:
     }
 
 private:
+    enum class Next { Value, AfterValue, Key };
+
+    bool inObject() const { return m_stack.back() == '{'; }
+
+    // At "{" or "[": reports the opening, and at once the closing when nothing stands inside, and
+    // sets what comes next.
+    bool open(Next& next)
+    {
+        const char bracket = *m_p++;
+        const bool object = bracket == '{';
+        if (!(object ? m_handler.startObject() : m_handler.startArray()))
+            return false;
+        skipSpace();
+        if (m_p < m_end && *m_p == (object ? '}' : ']')) {
+            ++m_p;
+            next = Next::AfterValue;
+            return object ? m_handler.endObject() : m_handler.endArray();
+        }
+        m_stack.push_back(bracket);
+        next = object ? Next::Key : Next::Value;
+        return true;
+    }
+
+    // A string, a word or a number, handed to the handler.
+    bool scalar()
+    {
+        switch (*m_p) {
+        case '"': {
+            JsonString s;
+            return scanString(s) && m_handler.string(s);
+        }
+        case 't':
+            return literal("true", 4) && m_handler.boolean(true);
+        case 'f':
+            return literal("false", 5) && m_handler.boolean(false);
+        case 'n':
+            return literal("null", 4) && m_handler.null();
+        default:
+            return scanNumber();
+        }
+    }
+
     bool error(const char* what)
     {
         m_handler.syntaxError(std::size_t(m_p - m_begin), what);
@@ -261,7 +260,8 @@ private:
         return m_handler.fraction(value, token);
     }
 
-    // Steps over bytes that need no look: printable ASCII other than the quote and the backslash.
+    // Steps over bytes that need no look: printable ASCII other than the quote and the backslash;
+    // sixteen at a time where SSE2 is, which every x86-64 processor has.
     void skipPlain()
     {
 #if defined(__SSE2__)
@@ -281,37 +281,10 @@ private:
             }
             m_p += 16;
         }
-#else
-        constexpr std::uint64_t ones = 0x0101010101010101ull;
-        constexpr std::uint64_t highs = 0x8080808080808080ull;
-        while (m_end - m_p >= 8) {
-            std::uint64_t word;
-            std::memcpy(&word, m_p, 8);
-            const std::uint64_t quote = word ^ (ones * '"');
-            const std::uint64_t backslash = word ^ (ones * '\\');
-            // A byte flags when it is zero after the xor (the quote or the backslash), below 0x20, or
-            // has its high bit set.
-            const std::uint64_t special =
-                ((quote - ones) & ~quote) | ((backslash - ones) & ~backslash) | (word - ones * 0x20) | word;
-            if ((special & highs) != 0)
-                break;
-            m_p += 8;
-        }
 #endif
         while (m_p < m_end && static_cast<unsigned char>(*m_p) >= 0x20 &&
                static_cast<unsigned char>(*m_p) < 0x80 && *m_p != '"' && *m_p != '\\')
             ++m_p;
-    }
-
-    static int hexValue(char c)
-    {
-        if (c >= '0' && c <= '9')
-            return c - '0';
-        if (c >= 'a' && c <= 'f')
-            return c - 'a' + 10;
-        if (c >= 'A' && c <= 'F')
-            return c - 'A' + 10;
-        return -1;
     }
 
     // Reads the four hex digits after "\u"; -1 when they are not four hex digits.

@@ -110,26 +110,20 @@ public:
     bool startObject()
     {
         if (m_stack.empty()) {
-            if (m_started)
-                return fail("unexpected object");
             m_started = true;
             push(Frame{Frame::Object, &m_rootSchema, m_root});
             return true;
         }
-        Frame& f = m_stack.back();
-        if (f.type == Frame::Skip) {
-            ++f.depth;
+        Frame* f = containerFrame();
+        if (!f)
             return true;
-        }
-        if (!f.field)
-            return skip();
-        const Kind kind = f.field->kind;
-        const bool fits = (kind == Kind::Object && f.type == Frame::Object) ||
-                          (kind == Kind::ObjectArray && f.type == Frame::Array);
+        const Kind kind = f->field->kind;
+        const bool fits = (kind == Kind::Object && f->type == Frame::Object) ||
+                          (kind == Kind::ObjectArray && f->type == Frame::Array);
         if (!fits)
-            return mismatch(f, "an object") && skip();
-        Frame child{Frame::Object, &f.field->nested(), f.field->addObject(f.target)};
-        child.key = f.field->key;
+            return mismatch(*f, "an object") && skip();
+        Frame child{Frame::Object, &f->field->nested(), f->field->addObject(f->target)};
+        child.key = f->field->key;
         push(child);
         return true;
     }
@@ -180,19 +174,15 @@ public:
     {
         if (m_stack.empty())
             return fail("the reply is not a JSON object");
-        Frame& f = m_stack.back();
-        if (f.type == Frame::Skip) {
-            ++f.depth;
+        Frame* f = containerFrame();
+        if (!f)
             return true;
-        }
-        if (!f.field)
-            return skip();
-        const Kind kind = f.field->kind;
-        if (f.type != Frame::Object || (kind != Kind::ObjectArray && kind != Kind::StringArray))
-            return mismatch(f, "an array") && skip();
-        Frame array{Frame::Array, f.schema, f.target};
-        array.field = f.field;
-        array.key = f.field->key;
+        const Kind kind = f->field->kind;
+        if (f->type != Frame::Object || (kind != Kind::ObjectArray && kind != Kind::StringArray))
+            return mismatch(*f, "an array") && skip();
+        Frame array{Frame::Array, f->schema, f->target};
+        array.field = f->field;
+        array.key = f->field->key;
         push(array);
         return true;
     }
@@ -281,6 +271,22 @@ private:
             ++f.index;
         }
         return true;
+    }
+
+    // The frame whose field an object or array opening now fills, or null when it is skipped: inside
+    // a value being skipped (one level deeper), or as the value of a key the record does not name.
+    Frame* containerFrame()
+    {
+        Frame& f = m_stack.back();
+        if (f.type == Frame::Skip) {
+            ++f.depth;
+            return nullptr;
+        }
+        if (!f.field) {
+            skip();
+            return nullptr;
+        }
+        return &f;
     }
 
     bool skip()

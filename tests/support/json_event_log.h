@@ -12,8 +12,21 @@
 
 namespace brightloom::testing {
 
+// The lines written so far.
+class Lines
+{
+protected:
+    bool add(const std::string& line)
+    {
+        m_log += line;
+        m_log += '\n';
+        return true;
+    }
+    std::string m_log;
+};
+
 // What the client's scanner reports, or "error" when it refuses the text.
-class ScannerLog
+class ScannerLog : public Lines
 {
 public:
     bool null() { return add("null"); }
@@ -40,19 +53,10 @@ public:
         json::Scanner<ScannerLog> scanner(text, log);
         return scanner.run() ? log.m_log : std::string("error");
     }
-
-private:
-    bool add(const std::string& line)
-    {
-        m_log += line;
-        m_log += '\n';
-        return true;
-    }
-    std::string m_log;
 };
 
 // The same lines from nlohmann-json's event parser.
-class ReferenceLog : public nlohmann::json_sax<nlohmann::json>
+class ReferenceLog : public nlohmann::json_sax<nlohmann::json>, public Lines
 {
 public:
     bool null() override { return add("null"); }
@@ -82,15 +86,6 @@ public:
         const bool ok = nlohmann::json::sax_parse(text.begin(), text.end(), &log);
         return ok ? log.m_log : std::string("error");
     }
-
-private:
-    bool add(const std::string& line)
-    {
-        m_log += line;
-        m_log += '\n';
-        return true;
-    }
-    std::string m_log;
 };
 
 } // namespace brightloom::testing
