@@ -9,13 +9,6 @@
 
 namespace brightloom {
 
-namespace {
-
-// From this many messages a replaced list is freed on the thread pool.
-constexpr qsizetype largeList = 1000;
-
-} // namespace
-
 ChatView::ChatView(API& api, LocalBuilds& local, Project project, Desktop* desktop, QObject* parent)
     : QObject(parent), m_api(&api), m_local(&local), m_project(std::move(project)), m_desktop(desktop)
 {
@@ -102,8 +95,7 @@ QCoro::Task<> ChatView::refresh()
     if (messagesDiffer) {
         QList<Message> before = std::exchange(m_messages, std::move(detail->messages));
         Q_EMIT messagesChanged();
-        if (before.size() >= largeList)
-            releaseInBackground(std::move(before)); // perhaps the last holder of thousands
+        releaseInBackground(std::move(before)); // perhaps the last holder of thousands of messages
     }
 
     const std::optional<Job> before = latest();

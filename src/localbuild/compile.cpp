@@ -1,5 +1,6 @@
 #include "compile.h"
 
+#include "threads/release_in_background.h"
 #include "tool_paths.h"
 
 namespace brightloom::LocalBuild {

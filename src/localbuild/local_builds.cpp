@@ -5,6 +5,7 @@
 #include "service/api.h"
 #include "service/api_error.h"
 #include "text/characters.h"
+#include "threads/release_in_background.h"
 
 #include <QFileInfo>
 #include <QMutex>
@@ -167,7 +168,7 @@ QCoro::Task<> LocalBuilds::build(QString project, Job job, QString sourceUrl, in
                 s.app = app;
             });
         } else if (fixesSoFar >= fixLimit) {
-            LocalBuild::releaseInBackground(std::move(*errors));
+            releaseInBackground(std::move(*errors));
             set(id, [](LocalState& s) {
                 s.phase = LocalState::Phase::failed;
                 s.error = QStringLiteral("Still not compiling after 3 fix attempts.");
@@ -177,7 +178,7 @@ QCoro::Task<> LocalBuilds::build(QString project, Job job, QString sourceUrl, in
             // A failing build can print megabytes; sifting them is no work for the main thread.
             QFuture<QString> sifting = QtConcurrent::run(&LocalBuilds::fixPrompt, *errors, dir);
             const QString prompt = co_await sifting;
-            LocalBuild::releaseInBackground(std::move(*errors));
+            releaseInBackground(std::move(*errors));
             if (!self)
                 co_return;
             if (!api)

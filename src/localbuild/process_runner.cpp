@@ -3,7 +3,6 @@
 #include "child_launch.h"
 #include "text/lossy_utf8.h"
 #include "threads/background_priority.h"
-#include "threads/release_in_background.h"
 
 #include <QDir>
 #include <QFile>
@@ -421,13 +420,6 @@ QString Output::text() const
     QStringDecoder decoder(QStringDecoder::Utf8,
                            QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
     return decoder(output);
-}
-
-void releaseInBackground(QByteArray text)
-{
-    if (text.size() < (1 << 20))
-        return; // small enough to free wherever it is
-    brightloom::releaseInBackground(std::move(text));
 }
 
 } // namespace brightloom::LocalBuild

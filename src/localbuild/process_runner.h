@@ -43,8 +43,4 @@ const QRegularExpression& keepEnv();
 QCoro::Task<Output> run(QString executable, QStringList arguments, std::optional<QString> cwd, double timeout,
                         QMap<QString, QString> env = {}, OutputObserver onOutput = {});
 
-// Lets go of a tool's output on the thread pool when it is large: freeing hundreds of megabytes
-// takes the thread that does it longer than a frame. The caller must hold the only reference.
-void releaseInBackground(QByteArray text);
-
 } // namespace brightloom::LocalBuild

@@ -11,9 +11,6 @@ bool same(const Message& a, const Message& b)
     return a.id == b.id && a.role == b.role && a.content == b.content;
 }
 
-// From this many messages a list is freed on the thread pool.
-constexpr qsizetype largeList = 1000;
-
 } // namespace
 
 BubbleListModel::BubbleListModel(QObject* parent) : QAbstractListModel(parent) {}
@@ -40,8 +37,7 @@ void BubbleListModel::setMessages(const QList<Message>& messages)
     } else {
         before = std::exchange(m_messages, messages); // the same messages: share the new list, tell nobody
     }
-    if (before.size() >= largeList)
-        releaseInBackground(std::move(before));
+    releaseInBackground(std::move(before));
 }
 
 int BubbleListModel::rowCount(const QModelIndex& parent) const
