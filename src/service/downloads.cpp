@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryFile>
 #include <QUuid>
 #include <QtConcurrent/QtConcurrentRun>
 #include <qcoro/qcorofuture.h>
@@ -68,15 +69,10 @@ QFuture<QString> startMoving(QString from, QString folder, QString base)
     });
 }
 
-QFuture<bool> startRemoving(QString path)
+// Renames the temporary file itself, so that it goes on knowing its name.
+QFuture<bool> startRenaming(QTemporaryFile* file, QString to)
 {
-    return QtConcurrent::run([path = std::move(path)] { return QFile::remove(path); });
-}
-
-QFuture<bool> startRenaming(QString from, QString to)
-{
-    return QtConcurrent::run(
-        [from = std::move(from), to = std::move(to)] { return QFile::rename(from, to); });
+    return QtConcurrent::run([file, to = std::move(to)] { return file->rename(to); });
 }
 
 // The first entry, in name order, whose extension is "app".
@@ -126,14 +122,10 @@ QCoro::Task<QString> API::downloadApp(QString from, DownloadProgress progress)
         text::firstCharacters(QUuid::createUuid().toString(QUuid::WithoutBraces), 8).toUpper();
     makeFolder(folder);
     const QString archive = folder + QStringLiteral("/app.zip");
-    if (!co_await startRenaming(fetched.file->fileName(), archive))
+    if (!co_await startRenaming(fetched.file.get(), archive))
         throw FileError(QStringLiteral("Could not save the app archive in %1.").arg(folder));
-    fetched.file->setAutoRemove(false);
     const zip::Result unpacked = co_await zip::extractInBackground(archive, folder, appArchiveLimits);
-    QFuture<bool> removed = startRemoving(archive);
-    co_await removed;
-    // The temporary file's object still holds the archive open: it goes on the pool too.
-    co_await discardInBackground(std::move(fetched));
+    co_await discardInBackground(std::move(fetched)); // the archive, by its new name
     const QString app = unpacked.ok ? firstApp(folder) : QString();
     if (app.isEmpty())
         throw APIError(QStringLiteral("Could not unpack the downloaded app"));

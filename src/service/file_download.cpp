@@ -14,15 +14,13 @@ namespace brightloom {
 namespace {
 
 // Removes and destroys the file on the thread pool. A QTemporaryFile keeps its descriptor open when
-// closed, until the object goes, and the last close of a removed file is when the system frees its
-// blocks: for an archive of hundreds of megabytes that is longer than a frame, so the object goes
-// there too.
+// closed, until it is removed or the object goes, and the last close of a removed file is when the
+// system frees its blocks: for an archive of hundreds of megabytes that is longer than a frame.
 QFuture<void> startDiscarding(std::unique_ptr<QTemporaryFile> file)
 {
     file->moveToThread(nullptr); // used and destroyed on a thread of the pool from here on
     return QtConcurrent::run([file = std::shared_ptr<QTemporaryFile>(std::move(file))]() mutable {
-        file->setAutoRemove(false);
-        QFile::remove(file->fileName());
+        file->remove();
         file.reset();
     });
 }
@@ -33,7 +31,6 @@ QCoro::Task<> discardInBackground(FetchedFile fetched)
 {
     if (!fetched.file)
         co_return;
-    fetched.file->close();
     QFuture<void> removed = startDiscarding(std::move(fetched.file));
     co_await removed;
 }
