@@ -45,8 +45,6 @@ bool isWellFormedUtf8(QByteArrayView bytes)
 
 QByteArray repairedUtf8(QByteArrayView bytes)
 {
-    if (isWellFormedUtf8(bytes))
-        return bytes.toByteArray();
     static constexpr char replacement[] = "\xEF\xBF\xBD";
     const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
     const qsizetype n = bytes.size();

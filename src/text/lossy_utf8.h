@@ -13,8 +13,8 @@ namespace brightloom::text {
 // Whether `bytes` is well-formed UTF-8 throughout.
 bool isWellFormedUtf8(QByteArrayView bytes);
 
-// `bytes` as well-formed UTF-8; the same bytes when they already are. A byte order mark at the start
-// is kept.
+// `bytes`, which isWellFormedUtf8 refused, made well-formed (well-formed input comes back as it is,
+// only slower than a copy). A byte order mark at the start is kept.
 QByteArray repairedUtf8(QByteArrayView bytes);
 
 } // namespace brightloom::text
