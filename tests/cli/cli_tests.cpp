@@ -74,6 +74,22 @@ TEST_F(CliTest, SessionSurvivesIntoTheNextProcess)
     EXPECT_EQ(runCli({QStringLiteral("session")}).out, QStringLiteral("signed in\n"));
 }
 
+TEST_F(CliTest, CommandsThatBuildNothingStartWithoutAnyDisplayPlatform)
+{
+    // A GUI application aborts when its platform cannot be loaded; only a local build needs one.
+    home.setEnv("QT_QPA_PLATFORM", "no-such-platform");
+    const auto login = runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a"),
+                               QStringLiteral("--password"), QStringLiteral("b")});
+    EXPECT_EQ(login.exitCode, 0) << login.err.toStdString();
+    const auto session = runCli({QStringLiteral("session")});
+    EXPECT_EQ(session.exitCode, 0) << session.err.toStdString();
+    EXPECT_EQ(session.out, QStringLiteral("signed in\n"));
+    const auto list = runCli({QStringLiteral("projects")});
+    EXPECT_EQ(list.exitCode, 0) << list.err.toStdString();
+    // A command that may build here still starts the GUI application, and so needs the platform.
+    EXPECT_NE(runCli({QStringLiteral("follow"), QStringLiteral("p1")}).exitCode, 0);
+}
+
 TEST_F(CliTest, ProjectsAsJsonKeepTheRecords)
 {
     runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a"),
