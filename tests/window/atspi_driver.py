@@ -7,6 +7,7 @@ import subprocess
 import time
 
 import pyatspi
+from gi.repository import Gio, GLib
 
 
 class Timeout(AssertionError):
@@ -26,6 +27,16 @@ def wait_for(what, probe, timeout=20.0, interval=0.05):
         if time.monotonic() > deadline:
             raise Timeout("gave up waiting for " + what)
         time.sleep(interval)
+
+
+def accessibility_ready(timeout=30.0):
+    """Starts the accessibility bus and its registry, and waits until the registry answers."""
+    wait_for("the accessibility registry", lambda: pyatspi.Registry.getDesktop(0).childCount >= 0, timeout)
+    session = Gio.bus_get_sync(Gio.BusType.SESSION, None)
+    wait_for("the accessibility bus's name on the session bus", lambda: session.call_sync(
+        "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
+        GLib.Variant("(s)", ("org.a11y.Bus",)), GLib.VariantType("(b)"), Gio.DBusCallFlags.NONE, 5000,
+        None).unpack()[0], timeout)
 
 
 def application(name, timeout=30.0):

@@ -61,6 +61,16 @@ class WindowTest(unittest.TestCase):
         env.pop("QT_QPA_PLATFORM", None)
         return env
 
+    def window(self):
+        """The running window's application in the tree; when it never shows, says why."""
+        try:
+            return ui.application("Brightloom")
+        except ui.Timeout as timeout:
+            states = ["exited with %s" % p.returncode if p.poll() is not None else "running" for p in self.processes]
+            with open(os.path.join(self.home, "window.log"), errors="replace") as log:
+                raise ui.Timeout("%s (window processes: %s)\nits log:\n%s" % (timeout, ", ".join(states),
+                                                                              log.read()[-4000:])) from None
+
     def start_window(self, *arguments):
         log = open(os.path.join(self.home, "window.log"), "a")
         self.addCleanup(log.close)
@@ -86,7 +96,7 @@ class WindowTest(unittest.TestCase):
 
     def test_signing_in_with_the_password_shows_the_projects_and_signing_out_returns(self):
         self.start_window()
-        app = ui.application("Brightloom")
+        app = self.window()
         self.sign_in_with_password(app)
         ui.find(app, pyatspi.ROLE_LIST_ITEM, name="Recipe Box")
         ui.find(app, pyatspi.ROLE_LIST_ITEM, name="Pomodoro Timer")
@@ -96,7 +106,7 @@ class WindowTest(unittest.TestCase):
 
     def test_the_road_from_a_description_to_a_downloaded_app_in_my_apps(self):
         self.start_window()
-        app = ui.application("Brightloom")
+        app = self.window()
         self.sign_in_with_password(app)
         ui.choose(ui.find(app, pyatspi.ROLE_LIST_ITEM, name="New app"))
         request = ui.find(app, pyatspi.ROLE_TEXT, name="Describe the Mac app you want\u2026")
@@ -134,7 +144,7 @@ class WindowTest(unittest.TestCase):
 
     def test_wrong_password_shows_the_services_message(self):
         self.start_window()
-        app = ui.application("Brightloom")
+        app = self.window()
         ui.type_into(ui.find(app, pyatspi.ROLE_TEXT, name="Email"), DEMO_EMAIL)
         ui.type_into(ui.find(app, pyatspi.ROLE_PASSWORD_TEXT, name="Password"), "not the password")
         ui.press(ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Sign in"))
@@ -143,7 +153,7 @@ class WindowTest(unittest.TestCase):
 
     def test_browser_sign_in_reaches_the_running_window_through_a_second_start(self):
         self.start_window()
-        app = ui.application("Brightloom")
+        app = self.window()
         ui.press(ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Continue with Google"))
         page = ui.wait_for("the sign-in page to be opened", lambda: os.path.exists(self.opened) and open(self.opened).read())
         self.assertEqual(page.strip(), self.service.base + "native-sign-in")
@@ -153,6 +163,12 @@ class WindowTest(unittest.TestCase):
         self.assertEqual(second.wait(timeout=30), 0)
         ui.find(app, pyatspi.ROLE_LIST_ITEM, name="Recipe Box")
         self.assertIsNone(self.processes[0].poll(), "the first window must keep running")
+
+
+def setUpModule():
+    # The window joins the accessibility bus only once that bus is there; it does not start it. The
+    # first window of a run would otherwise race the bus and its registry starting up.
+    ui.accessibility_ready()
 
 
 def main():
