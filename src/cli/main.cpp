@@ -1,3 +1,4 @@
+#include "app/process_end.h"
 #include "app/version.h"
 #include "arguments.h"
 #include "commands.h"
@@ -130,5 +131,7 @@ int main(int argc, char** argv)
     QCoreApplication::setOrganizationName(QStringLiteral("Brightloom"));
     QCoreApplication::setApplicationName(QStringLiteral("Brightloom"));
     QTimer::singleShot(0, app.get(), [words] { brightloom::cli::runCommand(words); });
-    return app->exec();
+    const int status = app->exec();
+    app.reset(); // the command saved what it changed and destroyed what it made before the loop ended
+    brightloom::endProcess(status);
 }

@@ -2,6 +2,7 @@
 // sign-in finishes), it hands the address to the running window and exits; started plainly while a
 // window runs, it brings that window to the front.
 
+#include "app/process_end.h"
 #include "app/version.h"
 #include "ui/app/brightloom_app.h"
 #include "ui/app/first_frame_exit.h"
@@ -13,14 +14,11 @@
 #include <QWidget>
 #include <cstdio>
 
-int main(int argc, char** argv)
+namespace {
+
+// The whole program, to its exit status; everything it made is destroyed when this returns.
+int runWindow(int argc, char** argv)
 {
-    for (int i = 1; i < argc; ++i) {
-        if (qstrcmp(argv[i], "--version") == 0) {
-            std::printf("brightloom %s\n", BRIGHTLOOM_VERSION);
-            return 0;
-        }
-    }
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Brightloom"));
     QApplication::setApplicationName(QStringLiteral("Brightloom"));
@@ -43,4 +41,17 @@ int main(int argc, char** argv)
     brightloom::ui::BrightloomApp brightloom(instance);
     brightloom.window().show();
     return app.exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        if (qstrcmp(argv[i], "--version") == 0) {
+            std::printf("brightloom %s\n", BRIGHTLOOM_VERSION);
+            return 0;
+        }
+    }
+    brightloom::endProcess(runWindow(argc, argv));
 }

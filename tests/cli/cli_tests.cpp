@@ -90,6 +90,27 @@ TEST_F(CliTest, CommandsThatBuildNothingStartWithoutAnyDisplayPlatform)
     EXPECT_NE(runCli({QStringLiteral("follow"), QStringLiteral("p1")}).exitCode, 0);
 }
 
+TEST_F(CliTest, EndsWithoutTheLibrariesTeardownWhichRacedTheNetworkThreadsLastSteps)
+{
+    // The network layer's threads are torn down by the system just after they report themselves
+    // finished; a normal exit ran the libraries' teardown beside that and now and then freed a block
+    // twice. A preloaded library whose finaliser speaks tells whether that teardown ran.
+    QByteArray asan = qgetenv("ASAN_OPTIONS");
+    home.setEnv("ASAN_OPTIONS", asan + (asan.isEmpty() ? "" : ":") + "verify_asan_link_order=0");
+    home.setEnv("LD_PRELOAD", BRIGHTLOOM_TEARDOWN_PROBE);
+    // The probe speaks when a program ends the ordinary way, as the version query does.
+    const auto version = runCli({QStringLiteral("--version")});
+    EXPECT_TRUE(version.err.contains(QStringLiteral("library teardown ran"))) << version.err.toStdString();
+
+    const auto login = runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a"),
+                               QStringLiteral("--password"), QStringLiteral("b")});
+    EXPECT_EQ(login.exitCode, 0) << login.err.toStdString();
+    EXPECT_FALSE(login.err.contains(QStringLiteral("library teardown ran")));
+    const auto failed = runCli({QStringLiteral("show"), QStringLiteral("no-such-project")});
+    EXPECT_EQ(failed.exitCode, 1) << failed.err.toStdString();
+    EXPECT_FALSE(failed.err.contains(QStringLiteral("library teardown ran")));
+}
+
 TEST_F(CliTest, ProjectsAsJsonKeepTheRecords)
 {
     runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a"),
