@@ -1,5 +1,6 @@
 #include "child_process.h"
 #include "recording_server.h"
+#include "teardown_probe.h"
 #include "temp_home.h"
 
 #include <QJsonDocument>
@@ -95,20 +96,18 @@ TEST_F(CliTest, EndsWithoutTheLibrariesTeardownWhichRacedTheNetworkThreadsLastSt
     // The network layer's threads are torn down by the system just after they report themselves
     // finished; a normal exit ran the libraries' teardown beside that and now and then freed a block
     // twice. A preloaded library whose finaliser speaks tells whether that teardown ran.
-    QByteArray asan = qgetenv("ASAN_OPTIONS");
-    home.setEnv("ASAN_OPTIONS", asan + (asan.isEmpty() ? "" : ":") + "verify_asan_link_order=0");
-    home.setEnv("LD_PRELOAD", BRIGHTLOOM_TEARDOWN_PROBE);
+    preloadTeardownProbe(home);
     // The probe speaks when a program ends the ordinary way, as the version query does.
     const auto version = runCli({QStringLiteral("--version")});
-    EXPECT_TRUE(version.err.contains(QStringLiteral("library teardown ran"))) << version.err.toStdString();
+    EXPECT_TRUE(version.err.contains(teardownProbeSays)) << version.err.toStdString();
 
     const auto login = runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a"),
                                QStringLiteral("--password"), QStringLiteral("b")});
     EXPECT_EQ(login.exitCode, 0) << login.err.toStdString();
-    EXPECT_FALSE(login.err.contains(QStringLiteral("library teardown ran")));
+    EXPECT_FALSE(login.err.contains(teardownProbeSays));
     const auto failed = runCli({QStringLiteral("show"), QStringLiteral("no-such-project")});
     EXPECT_EQ(failed.exitCode, 1) << failed.err.toStdString();
-    EXPECT_FALSE(failed.err.contains(QStringLiteral("library teardown ran")));
+    EXPECT_FALSE(failed.err.contains(teardownProbeSays));
 }
 
 TEST_F(CliTest, ProjectsAsJsonKeepTheRecords)

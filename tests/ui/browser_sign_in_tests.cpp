@@ -2,6 +2,7 @@
 #include "recording_server.h"
 #include "service/api.h"
 #include "task_runner.h"
+#include "teardown_probe.h"
 #include "temp_home.h"
 #include "ui/app/browser_sign_in_page.h"
 #include "ui/desktop/single_instance.h"
@@ -102,6 +103,30 @@ TEST_F(SingleInstanceTest, SecondProgramStartedPlainRaisesTheFirstAndExits)
     EXPECT_EQ(second.exitCode(), 0) << second.readAllStandardError().toStdString();
     ASSERT_TRUE(spinUntil([&] { return raised.count() == 1; }));
     EXPECT_EQ(callbacks.count(), 0);
+}
+
+TEST_F(SingleInstanceTest, WindowThatQuitsTakesItsSocketAwayAndSkipsTheLibrariesTeardown)
+{
+    // The window destroys what it made, its socket included, and then ends without the libraries'
+    // teardown, which raced the network threads' last steps.
+    TempHome home;
+    preloadTeardownProbe(home);
+    QProcessEnvironment environment = home.environment();
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(QStringLiteral("BRIGHTLOOM_QUIT_AFTER_FIRST_FRAME"), QStringLiteral("1"));
+    // Nothing answers there: the session check fails at once and the sign-in screen is painted.
+    environment.insert(QStringLiteral("BRIGHTLOOM_URL"), QStringLiteral("http://127.0.0.1:9/"));
+    QProcess window;
+    window.setProcessEnvironment(environment);
+    window.start(QStringLiteral(BRIGHTLOOM_WINDOW_PATH));
+    ASSERT_TRUE(spinUntil([&] { return window.state() == QProcess::NotRunning; }, std::chrono::seconds(30)));
+    const QString err = QString::fromUtf8(window.readAllStandardError());
+    EXPECT_EQ(window.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(window.exitCode(), 0) << err.toStdString();
+    EXPECT_TRUE(window.readAllStandardOutput().startsWith("first frame at ")); // it ran, and listened
+    EXPECT_FALSE(err.contains(teardownProbeSays)) << err.toStdString();
+    EXPECT_FALSE(QFile::exists(socket()));
 }
 
 TEST_F(SingleInstanceTest, PlainSecondStartRaisesTheRunningWindowInsteadOfOpeningAnother)

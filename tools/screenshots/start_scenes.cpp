@@ -32,16 +32,12 @@ ScriptedDialogs& dialogs()
 // at all; the screen's toolchain check runs it.
 enum class Toolchain { found, slow, missing };
 
-// The developer tools the scenes were started with (the stand-ins), which later scenes build with.
-const QByteArray& startingTools()
-{
-    static const QByteArray tools = qgetenv("BRIGHTLOOM_TOOLS_DIR");
-    return tools;
-}
+// The developer tools the program was started with (the stand-ins), which later scenes build with;
+// read before any scene changes them.
+const QByteArray startingTools = qgetenv("BRIGHTLOOM_TOOLS_DIR");
 
 void useToolchain(Toolchain which)
 {
-    startingTools(); // kept before the first change
     const QString base = QStandardPaths::writableLocation(QStandardPaths::TempLocation) +
                          QStringLiteral("/brightloom-screens-tools");
     const QString folder = base + (which == Toolchain::found  ? QStringLiteral("/found")
@@ -240,7 +236,10 @@ QCoro::Task<QWidget*> galleryBusy(SceneContext& context)
 // Puts the starting tools back, so that a later scene's local build finds a compiler.
 QCoro::Task<> putToolsBack(SceneContext&)
 {
-    qputenv("BRIGHTLOOM_TOOLS_DIR", startingTools());
+    if (startingTools.isNull())
+        qunsetenv("BRIGHTLOOM_TOOLS_DIR");
+    else
+        qputenv("BRIGHTLOOM_TOOLS_DIR", startingTools);
     co_return;
 }
 
