@@ -1,18 +1,16 @@
-// Zip unpacking of any bytes, in a fresh folder each run: the archive and the target folder sit
-// beside a sentinel folder holding a file and a link. Success or refusal, nothing outside the target
-// may change, and nothing inside it may be larger than the limits allow. A link that points outside
-// is kept as a link only (never written through), which is what the unpacker promises; a link is
-// therefore allowed to point anywhere, but nothing may be reached through one.
+// Zip unpacking of any bytes into an empty target folder each run, beside a sentinel folder holding a
+// file and a link. Success or refusal, nothing outside the target may change, and nothing inside it may be
+// larger than the limits allow. A link that points outside is kept as a link only (never written through),
+// which is what the unpacker promises; a link is therefore allowed to point anywhere, but nothing may be
+// reached through one.
 
 #include "archive/zip_unpacking.h"
 #include "require.h"
 
-#include <QByteArray>
-#include <QDir>
-#include <QFile>
 #include <QString>
 #include <cstdint>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -71,6 +69,59 @@ std::set<std::string> listing(const fs::path& folder)
     return names;
 }
 
+void writeFile(const fs::path& path, const void* data, std::size_t size)
+{
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    require(fd >= 0);
+    require(::write(fd, data, size) == ssize_t(size));
+    ::close(fd);
+}
+
+std::string readSmallFile(const fs::path& path)
+{
+    char bytes[256];
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (fd < 0)
+        return {};
+    const ssize_t size = ::read(fd, bytes, sizeof bytes);
+    ::close(fd);
+    return size > 0 ? std::string(bytes, std::size_t(size)) : std::string();
+}
+
+// The run's folder, made on the first input and removed at exit: the archive and the target sit
+// beside a sentinel folder holding a file and a link. Its sentinel is stamped before every input and
+// compared after it, so a change is caught by the input that made it. Making and removing the folders
+// anew for every input cost more than the unpacking itself, and so did joining their paths.
+struct RunFolder
+{
+    fs::path base, sentinel, file, link, archive, target;
+    QString archiveName, targetName;
+
+    RunFolder()
+    {
+        const char* tmp = std::getenv("TMPDIR");
+        std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/fuzz-zip-XXXXXX";
+        require(::mkdtemp(pattern.data()) != nullptr);
+        base = fs::path(pattern);
+        sentinel = base / "sentinel";
+        file = sentinel / "file";
+        link = sentinel / "link";
+        archive = base / "input.zip";
+        target = base / "target";
+        archiveName = QString::fromStdString(archive.string());
+        targetName = QString::fromStdString(target.string());
+        fs::create_directory(sentinel);
+        writeFile(file, "kept as it is", 13);
+        fs::create_symlink("file", link);
+    }
+
+    ~RunFolder()
+    {
+        std::error_code error;
+        fs::remove_all(base, error);
+    }
+};
+
 // Everything outside the target: the names beside it, the sentinel folder's names, each sentinel's
 // stamp, and the file's content.
 struct Outside
@@ -78,26 +129,23 @@ struct Outside
     std::set<std::string> parent;
     std::set<std::string> sentinel;
     Stamp folder, file, link, archive;
-    QByteArray content;
+    std::string content;
 
     bool operator==(const Outside& other) const = default;
 };
 
-Outside outsideOf(const fs::path& base)
+Outside outsideOf(const RunFolder& run)
 {
     Outside outside;
-    outside.parent = listing(base);
-    outside.sentinel = listing(base / "sentinel");
-    outside.folder = stampOf(base / "sentinel");
-    outside.file = stampOf(base / "sentinel" / "file");
-    outside.link = stampOf(base / "sentinel" / "link");
-    outside.archive = stampOf(base / "input.zip");
-    QFile file(QString::fromStdString((base / "sentinel" / "file").string()));
-    if (file.open(QIODevice::ReadOnly))
-        outside.content = file.readAll();
+    outside.parent = listing(run.base);
+    outside.sentinel = listing(run.sentinel);
+    outside.folder = stampOf(run.sentinel);
+    outside.file = stampOf(run.file);
+    outside.link = stampOf(run.link);
+    outside.archive = stampOf(run.archive);
+    outside.content = readSmallFile(run.file);
     return outside;
 }
-
 bool inside(const fs::path& path, const fs::path& root)
 {
     const fs::path relative = path.lexically_normal().lexically_relative(root);
@@ -135,33 +183,21 @@ void requireTargetWithinLimits(const fs::path& root)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    // Under TMPDIR when set: a memory-backed folder there makes each run several times faster.
-    const char* tmp = std::getenv("TMPDIR");
-    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/fuzz-zip-XXXXXX";
-    require(::mkdtemp(pattern.data()) != nullptr);
-    const fs::path base = fs::path(pattern);
-    fs::create_directory(base / "target");
-    fs::create_directory(base / "sentinel");
-    {
-        QFile file(QString::fromStdString((base / "sentinel" / "file").string()));
-        require(file.open(QIODevice::WriteOnly) && file.write("kept as it is") == 13);
-        QFile archive(QString::fromStdString((base / "input.zip").string()));
-        require(archive.open(QIODevice::WriteOnly) &&
-                archive.write(reinterpret_cast<const char*>(data), qint64(size)) == qint64(size));
-    }
-    fs::create_symlink("file", base / "sentinel" / "link");
-    const Outside before = outsideOf(base);
+    static const RunFolder run;
+    writeFile(run.archive, data, size);
+    require(fs::create_directory(run.target));
+    const Outside before = outsideOf(run);
+    require(before.content == "kept as it is");
 
-    const zip::Result result = zip::extract(QString::fromStdString((base / "input.zip").string()),
-                                            QString::fromStdString((base / "target").string()), limits);
+    const zip::Result result = zip::extract(run.archiveName, run.targetName, limits);
     require(result.ok == result.error.isEmpty());
     require(result.bytes <= limits.maxBytes && result.entries <= limits.maxEntries + 1);
 
-    require(outsideOf(base) == before);
-    requireTargetWithinLimits(base / "target");
+    require(outsideOf(run) == before);
+    requireTargetWithinLimits(run.target);
 
     std::error_code error;
-    fs::remove_all(base, error);
-    require(!error && !fs::exists(base));
+    fs::remove_all(run.target, error);
+    require(!error && !fs::exists(run.target));
     return 0;
 }
