@@ -146,6 +146,7 @@ Outside outsideOf(const RunFolder& run)
     outside.content = readSmallFile(run.file);
     return outside;
 }
+
 bool inside(const fs::path& path, const fs::path& root)
 {
     const fs::path relative = path.lexically_normal().lexically_relative(root);
