@@ -129,6 +129,7 @@ struct Conversation
             Project{QStringLiteral("p1"), QStringLiteral("Timer"), std::nullopt});
         widget->chatView()->setPollIntervals(
             {std::chrono::hours(1), std::chrono::hours(1), std::chrono::hours(1)});
+        widget->chatView()->startPolling();
         widget->resize(windowSize);
         widget->show();
         return widget;

@@ -49,6 +49,20 @@ QString named(std::string_view name)
     return QLatin1Char('"') + shown + QLatin1Char('"');
 }
 
+// Whether valid UTF-8 `name` holds a C0 or C1 control character or DEL.
+bool holdsControl(std::string_view name)
+{
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(name[i]);
+        if (byte < 0x20 || byte == 0x7f)
+            return true;
+        // C1 is U+0080 to U+009F: 0xC2 followed by 0x80 to 0x9F.
+        if (byte == 0xc2 && i + 1 < name.size() && static_cast<unsigned char>(name[i + 1]) <= 0x9f)
+            return true;
+    }
+    return false;
+}
+
 // Checks a name as written in the archive and returns it with "." parts and trailing slashes
 // removed, or an empty string with `why` set.
 std::string cleanName(std::string_view raw, QString& why)
@@ -63,6 +77,11 @@ std::string cleanName(std::string_view raw, QString& why)
     }
     if (!validUtf8(raw)) {
         why = QStringLiteral("an entry's name is not valid UTF-8");
+        return {};
+    }
+    // A line end or an escape in a file name would act wherever the name is shown or written out.
+    if (holdsControl(raw)) {
+        why = QStringLiteral("an entry's name holds a control character");
         return {};
     }
     if (raw.front() == '/') {

@@ -6,6 +6,7 @@
 #include "localbuild/local_build.h"
 #include "service/api.h"
 #include "service/api_error.h"
+#include "text/control_characters.h"
 
 #include <cstdio>
 
@@ -15,9 +16,9 @@ namespace {
 
 // Tool output and progress go to standard error as they come, so that standard output holds only
 // the result. Called from the runner's threads too; stdio serialises the writes.
-void progress(const QString& text)
+void progress(const QString& output)
 {
-    const QByteArray bytes = text.toUtf8();
+    const QByteArray bytes = text::visibleControls(output).toUtf8();
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
     std::fflush(stderr);
 }
@@ -32,6 +33,7 @@ QCoro::Task<int> buildSource(API& api, QStringList words)
     const std::optional<QString> version = args.option(QStringLiteral("version"));
 
     // A refusal or failure is thrown; the caller prints its text alone and exits with 1.
+    LocalBuild::checkBundleVersion(version);
     const QString folder = co_await LocalBuild::fetchSource(api, url, job);
 
     // Without a toolchain the vetted source is the result: its folder is printed as it stands.

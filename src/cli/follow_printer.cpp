@@ -3,6 +3,7 @@
 #include "console.h"
 #include "conversation/chat_view.h"
 #include "localbuild/local_builds.h"
+#include "text/control_characters.h"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -96,9 +97,10 @@ void FollowPrinter::tick()
     const QDateTime since = m_view->status().since;
     const qint64 seconds =
         since.isValid() ? std::max<qint64>(0, since.secsTo(QDateTime::currentDateTimeUtc())) : 0;
-    const QString line = QStringLiteral("\r\033[K") + m_shown + QStringLiteral("  ") +
+    // The status may quote the service (a stage's name): only the line's own controls act.
+    const QString line = QStringLiteral("\r\033[K") + text::visibleControls(m_shown) + QStringLiteral("  ") +
                          QString::number(seconds) + QStringLiteral("s");
-    std::fputs(line.toLocal8Bit().constData(), stdout);
+    std::fputs(line.toUtf8().constData(), stdout);
     std::fflush(stdout);
     m_lineOpen = true;
 }

@@ -186,7 +186,7 @@ QCoro::Task<> ChatView::poll(int run)
 
 bool ChatView::canSend() const
 {
-    if (m_prompt.trimmed().isEmpty())
+    if (m_sending || m_prompt.trimmed().isEmpty())
         return false;
     const std::optional<Job> newest = latest();
     return !newest || !isActive(*newest);
@@ -205,9 +205,10 @@ QCoro::Task<> ChatView::sendText(QString text)
     QPointer<ChatView> self(this);
     bool ok = false;
     std::optional<QString> failure;
+    if (!m_api)
+        co_return;
+    setSending(true);
     try {
-        if (!m_api)
-            co_return;
         co_await m_api->send(text, m_project.id, false);
         ok = true;
     } catch (const std::exception& e) {
@@ -217,10 +218,14 @@ QCoro::Task<> ChatView::sendText(QString text)
         co_return;
     if (ok) {
         setPrompt(QString());
+        // Still sending until the refresh shows the job the message started, so a second Return in
+        // between cannot send again.
         co_await refresh();
         if (!self)
             co_return;
+        setSending(false);
     } else {
+        setSending(false);
         setError(failure);
     }
     Q_EMIT sent(ok);
@@ -232,6 +237,14 @@ void ChatView::setError(std::optional<QString> error)
         return;
     m_error = std::move(error);
     Q_EMIT errorChanged();
+}
+
+void ChatView::setSending(bool sending)
+{
+    if (m_sending == sending)
+        return;
+    m_sending = sending;
+    Q_EMIT sendingChanged();
 }
 
 void ChatView::setDownloading(bool downloading)

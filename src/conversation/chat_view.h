@@ -31,6 +31,7 @@ class ChatView final : public QObject
     Q_PROPERTY(QString prompt READ prompt WRITE setPrompt NOTIFY promptChanged)
     Q_PROPERTY(QString error READ errorText NOTIFY errorChanged)
     Q_PROPERTY(bool loaded READ loaded NOTIFY loadedChanged)
+    Q_PROPERTY(bool sending READ sending NOTIFY sendingChanged)
     Q_PROPERTY(bool downloading READ downloading NOTIFY downloadingChanged)
     Q_PROPERTY(QString downloadedApp READ downloadedAppText NOTIFY downloadedAppChanged)
     Q_PROPERTY(QString savedDmg READ savedDmgText NOTIFY savedDmgChanged)
@@ -60,6 +61,8 @@ public:
     const std::optional<QString>& error() const { return m_error; }
     QString errorText() const { return m_error.value_or(QString()); }
     bool loaded() const { return m_loaded; }
+    // A message is on its way to the service; no second one goes until it is answered.
+    bool sending() const { return m_sending; }
     bool downloading() const { return m_downloading; }
     const std::optional<QString>& downloadedApp() const { return m_downloadedApp; }
     QString downloadedAppText() const { return m_downloadedApp.value_or(QString()); }
@@ -96,7 +99,7 @@ public:
     void setPollWait(PollWait wait) { m_wait = std::move(wait); }
     // Sends the composer's text unless it is blank or a job is still running.
     void send();
-    // Whether send() would send now; changes with promptChanged and jobsChanged.
+    // Whether send() would send now; changes with promptChanged, jobsChanged and sendingChanged.
     bool canSend() const;
     // Does what a button of the status area stands for.
     void trigger(const ChatButton& button);
@@ -107,6 +110,7 @@ Q_SIGNALS:
     void promptChanged();
     void errorChanged();
     void loadedChanged();
+    void sendingChanged();
     void downloadingChanged();
     void downloadedAppChanged();
     void savedDmgChanged();
@@ -124,6 +128,7 @@ private:
     // The disk image, or else the app archive, of `job`.
     QCoro::Task<> download(Job job, bool diskImage);
     void setError(std::optional<QString> error);
+    void setSending(bool sending);
     void setDownloading(bool downloading);
     void setDownloadedApp(std::optional<QString> path);
     void setSavedDmg(std::optional<QString> path);
@@ -137,6 +142,7 @@ private:
     QString m_prompt;
     std::optional<QString> m_error;
     bool m_loaded = false;
+    bool m_sending = false;
     bool m_downloading = false;
     std::optional<QString> m_downloadedApp;
     std::optional<QString> m_savedDmg;

@@ -147,7 +147,9 @@ void LibraryDetailView::download(const QString& jobId)
     const LibraryVersion* found = version(jobId);
     if (!found || !m_api)
         return;
-    m_downloads.get(jobId, downloadUrl(*found), downloadName(*found), *m_api);
+    // A version without a disk image offers its app archive, which is kept as the zip it is.
+    const QString extension = found->dmgUrl ? QStringLiteral("dmg") : QStringLiteral("zip");
+    m_downloads.get(jobId, downloadUrl(*found), downloadName(*found), *m_api, extension);
 }
 
 void LibraryDetailView::showInFinder(const QString& jobId)

@@ -1,5 +1,6 @@
 #include "bundle_info.h"
 
+#include "service/api_error.h"
 #include "text/characters.h"
 
 #include <QRegularExpression>
@@ -8,6 +9,9 @@
 namespace brightloom::LocalBuild {
 
 const char* const bundleIdentifierPrefix = "app.brightloom.local.";
+const char* const badVersionText =
+    "The service gave this build a version that is not one to three numbers joined by dots, such as "
+    "1.2, so the app was not built.";
 
 namespace {
 
@@ -91,14 +95,47 @@ QString minimumSystemVersion(const QString& manifest)
     return (first.hasMatch() ? first.captured(1) : QStringLiteral("13")) + QStringLiteral(".0");
 }
 
+bool isBundleVersion(QStringView version)
+{
+    int numbers = 0;
+    int digits = 0;
+    for (const QChar c : version) {
+        if (c == QLatin1Char('.')) {
+            if (digits == 0)
+                return false;
+            digits = 0;
+        } else if (c >= QLatin1Char('0') && c <= QLatin1Char('9')) {
+            if (digits == 0)
+                ++numbers;
+            if (++digits > 9)
+                return false;
+        } else {
+            return false;
+        }
+    }
+    return digits > 0 && numbers <= 3;
+}
+
+void checkBundleVersion(const std::optional<QString>& version)
+{
+    if (version && !isBundleVersion(*version))
+        throw APIError(QString::fromLatin1(badVersionText));
+}
+
+QString xmlEscaped(const QString& text)
+{
+    QString escaped = text;
+    escaped.replace(QLatin1Char('&'), QStringLiteral("&amp;"));
+    escaped.replace(QLatin1Char('<'), QStringLiteral("&lt;"));
+    escaped.replace(QLatin1Char('>'), QStringLiteral("&gt;"));
+    return escaped;
+}
+
 QString infoPlist(const QString& displayName, const QString& version, const QString& minimumSystem)
 {
-    QString name = displayName;
-    name.replace(QLatin1Char('&'), QStringLiteral("&amp;"));
-    name.replace(QLatin1Char('<'), QStringLiteral("&lt;"));
-    name.replace(QLatin1Char('>'), QStringLiteral("&gt;"));
+    const QString name = xmlEscaped(displayName);
     const QString identifier =
-        QString::fromLatin1(bundleIdentifierPrefix) + identifierSlug(bundleSlug(displayName));
+        xmlEscaped(QString::fromLatin1(bundleIdentifierPrefix) + identifierSlug(bundleSlug(displayName)));
     return QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
                           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
@@ -113,10 +150,10 @@ QString infoPlist(const QString& displayName, const QString& version, const QStr
            QStringLiteral("</string>\n"
                           "<key>CFBundlePackageType</key><string>APPL</string>\n"
                           "<key>CFBundleShortVersionString</key><string>") +
-           version +
+           xmlEscaped(version) +
            QStringLiteral("</string>\n"
                           "<key>LSMinimumSystemVersion</key><string>") +
-           minimumSystem +
+           xmlEscaped(minimumSystem) +
            QStringLiteral("</string>\n"
                           "<key>NSHighResolutionCapable</key><true/>\n"
                           "<key>NSPrincipalClass</key><string>NSApplication</string>\n"

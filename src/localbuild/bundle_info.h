@@ -5,6 +5,8 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringView>
+#include <optional>
 
 namespace brightloom::LocalBuild {
 
@@ -26,7 +28,19 @@ QString identifierSlug(const QString& bundleSlug);
 // "N.0", or "13.0" when there is none.
 QString minimumSystemVersion(const QString& manifest);
 
-// The Info.plist text of an app bundle, line by line as every locally built app has it.
+// Whether a job's version may stand as the bundle's short version: one to three numbers of at most
+// nine digits joined by dots ("1", "2.0", "10.14.1"), as the system reads that key.
+bool isBundleVersion(QStringView version);
+// The refusal of a version that is not one, raised before anything of the build is written.
+extern const char* const badVersionText;
+// Throws APIError(badVersionText) unless `version` is absent or a bundle version.
+void checkBundleVersion(const std::optional<QString>& version);
+
+// `text` as XML character data: "&", "<" and ">" escaped, in that order.
+QString xmlEscaped(const QString& text);
+
+// The Info.plist text of an app bundle, line by line as every locally built app has it. Every value
+// is escaped for XML.
 QString infoPlist(const QString& displayName, const QString& version, const QString& minimumSystem);
 
 } // namespace brightloom::LocalBuild

@@ -1,6 +1,7 @@
 #include "local_builds.h"
 
 #include "app/user_defaults.h"
+#include "bundle_info.h"
 #include "process_runner.h"
 #include "service/api.h"
 #include "service/api_error.h"
@@ -134,6 +135,8 @@ QCoro::Task<> LocalBuilds::build(QString project, Job job, QString sourceUrl, in
     try {
         if (!api)
             throw APIError(QStringLiteral("The service client is gone."));
+        // The version goes into the app's Info.plist: a bad one is refused before the source comes.
+        LocalBuild::checkBundleVersion(job.version);
         const QString dir = co_await m_pipeline.fetchSource(*api, sourceUrl, id);
         if (!self)
             co_return;

@@ -6,6 +6,7 @@
 #include "process_runner.h"
 #include "service/api_error.h"
 #include "text/characters.h"
+#include "text/file_names.h"
 #include "tool_paths.h"
 #include "tree_copy.h"
 
@@ -164,8 +165,7 @@ QString savedAppsFolder(const QString& job)
 {
     const QString jobFolder = text::firstCharacters(job, 8);
     // The id becomes a folder name that is removed and made anew: it must name one folder.
-    if (jobFolder.isEmpty() || jobFolder == QLatin1String(".") || jobFolder == QLatin1String("..") ||
-        jobFolder.contains(QLatin1Char('/')) || jobFolder.contains(QChar(0)))
+    if (text::fileNameProblem(jobFolder))
         throw APIError(QStringLiteral("The job id ") + job + QStringLiteral(" cannot name a folder."));
     return QStandardPaths::writableLocation(QStandardPaths::DownloadLocation) + QLatin1Char('/') +
            QString::fromLatin1(serviceFolderName) + QLatin1Char('/') + jobFolder;
@@ -173,6 +173,7 @@ QString savedAppsFolder(const QString& job)
 
 QCoro::Task<QString> package(QString dir, QString job, std::optional<QString> version, Limits limits)
 {
+    checkBundleVersion(version);
     const QDir source(dir);
     const Described described = co_await startDescribing(dir);
     const QString& name = described.name;

@@ -7,6 +7,7 @@
 #include "service/api_error.h"
 #include "service/file_download.h"
 #include "text/characters.h"
+#include "text/file_names.h"
 
 #include <QDir>
 #include <QFile>
@@ -100,8 +101,7 @@ QFuture<std::exception_ptr> startVetting(QString folder)
 QString projectFolder(const QString& job)
 {
     // One plain folder name, so no id can reach beside or above the job folders.
-    if (job.isEmpty() || job == QLatin1String(".") || job == QLatin1String("..") ||
-        job.contains(QLatin1Char('/')) || job.contains(QLatin1Char('\\')) || job.contains(QChar(0)))
+    if (text::fileNameProblem(job) || job.contains(QLatin1Char('\\')))
         throw APIError(QStringLiteral("Bad job id"));
     const QString support = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     return support + QStringLiteral("/Brightloom/Local/") + job;

@@ -105,6 +105,9 @@ public:
     // Saves a disk image into the service's folder of Downloads under `name`, numbered when taken;
     // answers its path.
     QCoro::Task<QString> downloadDmg(QString from, QString name, DownloadProgress progress = {});
+    // The same for any file: saved as `name`.`extension` ("zip" keeps an app archive as it came).
+    QCoro::Task<QString> downloadNamed(QString from, QString name, QString extension,
+                                       DownloadProgress progress = {});
     // Fetches an app archive, unpacks it into a fresh folder of Downloads and answers the app's path.
     QCoro::Task<QString> downloadApp(QString from, DownloadProgress progress = {});
 

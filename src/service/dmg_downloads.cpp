@@ -7,17 +7,19 @@ namespace brightloom {
 
 DmgDownloads::DmgDownloads(Desktop* desktop, QObject* parent) : QObject(parent), m_desktop(desktop) {}
 
-void DmgDownloads::get(const QString& key, const QString& url, const QString& name, API& api)
+void DmgDownloads::get(const QString& key, const QString& url, const QString& name, API& api,
+                       const QString& extension)
 {
     if (m_busy.contains(key))
         return;
     m_busy.insert(key);
     Q_EMIT busyChanged();
     setError(QString());
-    download(key, url, name, QPointer<API>(&api));
+    download(key, url, name, extension, QPointer<API>(&api));
 }
 
-QCoro::Task<> DmgDownloads::download(QString key, QString url, QString name, QPointer<API> api)
+QCoro::Task<> DmgDownloads::download(QString key, QString url, QString name, QString extension,
+                                     QPointer<API> api)
 {
     QPointer<DmgDownloads> self(this);
     QString saved;
@@ -25,7 +27,7 @@ QCoro::Task<> DmgDownloads::download(QString key, QString url, QString name, QPo
     try {
         if (!api)
             co_return;
-        saved = co_await api->downloadDmg(url, name);
+        saved = co_await api->downloadNamed(url, name, extension);
     } catch (const std::exception& e) {
         failure = QString::fromUtf8(e.what());
     }

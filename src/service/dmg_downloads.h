@@ -30,8 +30,10 @@ public:
     const QString& error() const { return m_error; }                 // empty when none
 
     // Starts downloading `url` as `name` under `key` and returns at once; a key already running is
-    // left alone.
-    void get(const QString& key, const QString& url, const QString& name, API& api);
+    // left alone. The file is saved with `extension`: a disk image's, unless an app archive comes
+    // in its place.
+    void get(const QString& key, const QString& url, const QString& name, API& api,
+             const QString& extension = QStringLiteral("dmg"));
 
 Q_SIGNALS:
     void busyChanged();
@@ -41,7 +43,7 @@ Q_SIGNALS:
     void finished(const QString& key);
 
 private:
-    QCoro::Task<> download(QString key, QString url, QString name, QPointer<API> api);
+    QCoro::Task<> download(QString key, QString url, QString name, QString extension, QPointer<API> api);
     void setError(const QString& error);
 
     Desktop* m_desktop;

@@ -7,6 +7,7 @@
 #include "file_download.h"
 #include "move_without_replacing.h"
 #include "text/characters.h"
+#include "text/file_names.h"
 
 #include <QDir>
 #include <QFile>
@@ -38,17 +39,18 @@ void makeFolder(const QString& path)
         throw FileError(QStringLiteral("Could not create the folder %1.").arg(path));
 }
 
-// Moves `from` to folder/base.dmg, or folder/base N.dmg for the first N from 2 not taken yet.
+// Moves `from` to folder/base.EXT, or folder/base N.EXT for the first N from 2 not taken yet.
 // Runs on the thread pool: a move across file systems copies the whole image. Two downloads may
 // finish at once and pick the same free name: the move never replaces a file, so the one that loses
 // the race takes the next name.
-QString moveToFreeName(const QString& from, const QString& folder, const QString& base)
+QString moveToFreeName(const QString& from, const QString& folder, const QString& base,
+                       const QString& extension)
 {
     for (int n = 1;; ++n) {
         QString destination = folder + QLatin1Char('/') + base;
         if (n >= 2)
             destination += QLatin1Char(' ') + QString::number(n);
-        destination += QStringLiteral(".dmg");
+        destination += QLatin1Char('.') + extension;
         if (QFileInfo::exists(destination) || QFileInfo(destination).isSymLink())
             continue;
         switch (moveWithoutReplacing(from, destination)) {
@@ -62,11 +64,11 @@ QString moveToFreeName(const QString& from, const QString& folder, const QString
     }
 }
 
-QFuture<QString> startMoving(QString from, QString folder, QString base)
+QFuture<QString> startMoving(QString from, QString folder, QString base, QString extension)
 {
-    return QtConcurrent::run([from = std::move(from), folder = std::move(folder), base = std::move(base)] {
-        return moveToFreeName(from, folder, base);
-    });
+    return QtConcurrent::run(
+        [from = std::move(from), folder = std::move(folder), base = std::move(base),
+         extension = std::move(extension)] { return moveToFreeName(from, folder, base, extension); });
 }
 
 // Renames the temporary file itself, so that it goes on knowing its name.
@@ -96,18 +98,29 @@ QString API::serviceDownloadsFolder() const
 
 QCoro::Task<QString> API::downloadDmg(QString from, QString name, DownloadProgress progress)
 {
+    co_return co_await downloadNamed(std::move(from), std::move(name), QStringLiteral("dmg"),
+                                     std::move(progress));
+}
+
+QCoro::Task<QString> API::downloadNamed(QString from, QString name, QString extension,
+                                        DownloadProgress progress)
+{
     const QUrl url = downloadAddress(from);
+    // The name comes from the service: refused before a byte is fetched when it cannot be one file.
+    QString base = name;
+    base.replace(QLatin1Char('/'), QLatin1Char('-'));
+    if (const auto problem = text::fileNameProblem(base))
+        throw APIError(QStringLiteral("The app's name cannot be a file name: ") + *problem +
+                       QLatin1Char('.'));
     FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress), downloadLimits());
     if (fetched.status >= 400)
         throw APIError(QStringLiteral("The download failed (") + QString::number(fetched.status) +
                        QStringLiteral(")."));
     const QString folder = serviceDownloadsFolder();
     makeFolder(folder);
-    QString base = name;
-    base.replace(QLatin1Char('/'), QLatin1Char('-'));
-    const QString saved = co_await startMoving(fetched.file->fileName(), folder, base);
+    const QString saved = co_await startMoving(fetched.file->fileName(), folder, base, extension);
     if (saved.isEmpty())
-        throw FileError(QStringLiteral("Could not save the disk image in %1.").arg(folder));
+        throw FileError(QStringLiteral("Could not save the download in %1.").arg(folder));
     fetched.file->setAutoRemove(false);
     co_return saved;
 }

@@ -10,7 +10,8 @@ void writeString(QByteArray& out, const QString& text)
     static constexpr char hex[] = "0123456789abcdef";
     const QByteArray utf8 = text.toUtf8();
     out += '"';
-    for (const char c : utf8) {
+    for (qsizetype i = 0; i < utf8.size(); ++i) {
+        const char c = utf8[i];
         const auto u = static_cast<unsigned char>(c);
         if (c == '"' || c == '\\') {
             out += '\\';
@@ -37,6 +38,14 @@ void writeString(QByteArray& out, const QString& text)
                 out += hex[u >> 4];
                 out += hex[u & 0xf];
             }
+        } else if (u == 0x7f) {
+            out += "\\u007f";
+        } else if (u == 0xc2 && i + 1 < utf8.size() && static_cast<unsigned char>(utf8[i + 1]) <= 0x9f) {
+            // C1 controls are escaped too, so the text is safe on a terminal and still exact.
+            out += "\\u00";
+            const auto next = static_cast<unsigned char>(utf8[++i]);
+            out += hex[next >> 4];
+            out += hex[next & 0xf];
         } else {
             out += c;
         }

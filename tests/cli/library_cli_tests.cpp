@@ -126,6 +126,8 @@ TEST_F(LibraryCliTest, DownloadOfAVersionWithoutADiskImageFetchesItsArchive)
                                        QStringLiteral("--download"), QStringLiteral("j3")});
     ASSERT_EQ(printed.size(), 1);
     EXPECT_EQ(requestsTo(QStringLiteral("/files/j3/app.zip")), 1);
+    EXPECT_TRUE(printed[0].endsWith(QStringLiteral(".zip"))) << printed[0].toStdString();
+    EXPECT_EQ(QFileInfo(printed[0]).size(), 300);
 }
 
 TEST_F(LibraryCliTest, FailedDownloadPrintsItsError)

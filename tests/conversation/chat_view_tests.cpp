@@ -1,5 +1,6 @@
 #include "app/desktop.h"
 #include "conversation/chat_view.h"
+#include "hand_clock.h"
 #include "localbuild/local_builds.h"
 #include "qt_printers.h"
 #include "recording_server.h"
@@ -42,35 +43,6 @@ QJsonObject job(const QString& id, const QString& status, const QString& mode = 
     if (!stage.isEmpty())
         o.insert(QStringLiteral("stage"), stage);
     return o;
-}
-
-// The polling loop's clock, moved by the test: each wait is noted and lasts until advance().
-struct HandClock
-{
-    QList<std::chrono::milliseconds> waits;
-    std::shared_ptr<QPromise<void>> pending;
-
-    void advance()
-    {
-        const auto ending = std::exchange(pending, nullptr);
-        if (ending)
-            ending->finish();
-    }
-};
-
-QCoro::Task<> waitOn(std::shared_ptr<HandClock> clock, std::chrono::milliseconds interval)
-{
-    clock->waits.append(interval);
-    auto promise = std::make_shared<QPromise<void>>();
-    promise->start();
-    clock->pending = promise;
-    QFuture<void> ended = promise->future();
-    co_await ended;
-}
-
-ChatView::PollWait waitsOn(const std::shared_ptr<HandClock>& clock)
-{
-    return [clock](std::chrono::milliseconds interval) { return waitOn(clock, interval); };
 }
 
 // Starts the screen polling on a clock the test moves, and waits for its first wait to begin.
@@ -248,6 +220,26 @@ TEST_F(ChatViewTest, PromptWhileTheNewestJobIsQueuedOrBuildingSendsNothingAndKee
         refresh(view);
         EXPECT_EQ(sendRequests(), 1) << status;
     }
+}
+
+TEST_F(ChatViewTest, SecondSendBeforeTheServiceAnswersTheFirstSendsNothing)
+{
+    sendReply.delayMs = 300; // the service is slow to take the first message
+    API api;
+    LocalBuilds local;
+    ChatView view(api, local, project());
+    refresh(view);
+    QSignalSpy sent(&view, &ChatView::sent);
+    view.setPrompt(QStringLiteral("Make it blue"));
+    view.send();
+    EXPECT_TRUE(view.sending());
+    EXPECT_FALSE(view.canSend());
+    view.send();
+    ASSERT_TRUE(spinUntil([&] { return sent.size() == 1; }));
+    EXPECT_FALSE(view.sending());
+    drainPostedEvents();
+    EXPECT_EQ(sent.size(), 1);
+    EXPECT_EQ(sendRequests(), 1);
 }
 
 TEST_F(ChatViewTest, SendPostsTheTrimmedTextClearsThePromptAndRefreshes)
@@ -639,15 +631,24 @@ TEST_F(ChatViewTest, PollingRefreshesQuicklyWhileLoadingAndStopsWhenTheScreenIsG
     API api;
     LocalBuilds local;
     auto view = std::make_unique<ChatView>(api, local, project());
-    view->setPollIntervals(
-        {std::chrono::milliseconds(10), std::chrono::milliseconds(500), std::chrono::milliseconds(10)});
-    view->startPolling();
-    ASSERT_TRUE(spinUntil([&] { return detailRequests() >= 3; }, std::chrono::seconds(5)))
+    view->setPollIntervals({milliseconds(10), milliseconds(500), milliseconds(10)});
+    const auto clock = pollOnHandClock(*view);
+    for (int round = 2; round <= 3; ++round) {
+        clock->advance();
+        ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == round; }));
+    }
+    EXPECT_EQ(clock->waits, (QList<milliseconds>{milliseconds(10), milliseconds(10), milliseconds(10)}))
         << "an unloaded screen polls at the short interval";
+    EXPECT_EQ(detailRequests(), 3);
+
     view.reset();
-    const int after = detailRequests();
-    spinUntil([] { return false; }, std::chrono::milliseconds(150));
-    EXPECT_LE(detailRequests(), after + 1) << "at most the refresh already under way";
+    clock->advance();
+    drainPostedEvents();
+    EXPECT_EQ(clock->waits.size(), 3) << "the loop ended at the end of its wait";
+    // One more request through the same client: had the loop gone on, its request would be ahead.
+    const auto probe = run(api.detail(QStringLiteral("p1")));
+    EXPECT_FALSE(probe.ok());
+    EXPECT_EQ(detailRequests(), 4) << "only the probe reached the service";
 }
 
 TEST_F(ChatViewTest, IdleScreenPollsAtTheIdleInterval)
@@ -656,14 +657,14 @@ TEST_F(ChatViewTest, IdleScreenPollsAtTheIdleInterval)
     API api;
     LocalBuilds local;
     ChatView view(api, local, project());
-    view.setPollIntervals(
-        {std::chrono::milliseconds(10), std::chrono::milliseconds(400), std::chrono::milliseconds(10)});
-    view.startPolling();
-    ASSERT_TRUE(spinUntil([&] { return view.loaded(); }, std::chrono::seconds(5)));
-    const int first = detailRequests();
-    spinUntil([] { return false; }, std::chrono::milliseconds(200));
-    EXPECT_EQ(detailRequests(), first) << "a ready project waits the idle interval";
-    ASSERT_TRUE(spinUntil([&] { return detailRequests() > first; }, std::chrono::seconds(5)));
+    view.setPollIntervals({milliseconds(10), milliseconds(400), milliseconds(10)});
+    const auto clock = pollOnHandClock(view);
+    ASSERT_TRUE(view.loaded());
+    clock->advance();
+    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 2; }));
+    EXPECT_EQ(clock->waits, (QList<milliseconds>{milliseconds(400), milliseconds(400)}))
+        << "a ready project waits the idle interval";
+    EXPECT_EQ(detailRequests(), 2) << "one refresh before each wait";
 }
 
 TEST_F(ChatViewTest, LocalAreaBeforeAnyLocalStateSaysTheCodeIsDownloading)

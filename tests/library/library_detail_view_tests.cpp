@@ -217,14 +217,27 @@ TEST_F(LibraryDetailViewTest, DownloadIsBusyThenSavedOpenedAndShownInFinder)
     EXPECT_EQ(desktop.revealed, QStringList{*saved});
 }
 
-TEST_F(LibraryDetailViewTest, VersionWithoutADiskImageDownloadsItsArchiveUnderTheSameKey)
+TEST_F(LibraryDetailViewTest, VersionWithoutADiskImageSavesItsArchiveAsAZipUnderTheSameKey)
 {
     offer(QStringLiteral("files/j2/app.zip"), ScriptedReply::archive(QByteArray(512, 'z')));
     auto view = loadedView();
     view->download(QStringLiteral("j2"));
     ASSERT_TRUE(spinUntil([&] { return !view->downloadBusy(QStringLiteral("j2")); }));
     EXPECT_EQ(requestsTo(QStringLiteral("/files/j2/app.zip")), 1);
-    EXPECT_TRUE(view->savedFile(QStringLiteral("j2")).has_value());
+    const std::optional<QString> saved = view->savedFile(QStringLiteral("j2"));
+    ASSERT_TRUE(saved.has_value()) << view->downloads()->error().toStdString();
+    const QString name = QFileInfo(*saved).fileName();
+    EXPECT_TRUE(name.endsWith(QStringLiteral(".zip")) && !name.contains(QStringLiteral(".dmg")))
+        << name.toStdString();
+    EXPECT_EQ(QFileInfo(*saved).size(), 512);
+
+    // Taken names get a number, as disk images do.
+    auto again = loadedView();
+    again->download(QStringLiteral("j2"));
+    ASSERT_TRUE(spinUntil([&] { return !again->downloadBusy(QStringLiteral("j2")); }));
+    ASSERT_TRUE(again->savedFile(QStringLiteral("j2")).has_value());
+    EXPECT_EQ(QFileInfo(*again->savedFile(QStringLiteral("j2"))).fileName(),
+              name.chopped(4) + QStringLiteral(" 2.zip"));
 }
 
 TEST_F(LibraryDetailViewTest, FailedDownloadIsReportedByTheDownloads)

@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
+#include <QXmlStreamReader>
 #include <gtest/gtest.h>
 
 using namespace brightloom;
@@ -170,20 +171,71 @@ TEST_F(Package, AccentWrittenAsACombiningMarkStaysInTheNameAndTheIdentifier)
               expectedPlist("caf\xc3\xa9noir", "Caf\xc3\xa9 Noir", "1.0", "14.0"));
 }
 
-TEST_F(Package, OnlyTheNameIsEscapedInTheInfoPlist)
+TEST_F(Package, EveryValueIsEscapedInTheInfoPlist)
 {
-    // A packaged name has lost "&", "<" and ">" already; the plist text escapes any name it gets.
+    // A packaged name has lost "&", "<" and ">" already, and a version is only numbers and dots;
+    // the plist text escapes whatever it is given all the same.
     EXPECT_EQ(LocalBuild::infoPlist(QStringLiteral("Tom & Jerry <3>"), QStringLiteral("2.0 <beta>"),
                                     QStringLiteral("13.0"))
                   .toUtf8(),
-              expectedPlist("tomjerry3", "Tom &amp; Jerry &lt;3&gt;", "2.0 <beta>", "13.0"));
+              expectedPlist("tomjerry3", "Tom &amp; Jerry &lt;3&gt;", "2.0 &lt;beta&gt;", "13.0"));
 
+    const QString injected = QStringLiteral("2.0</string><key>LSUIElement</key><true/><key>x</key><string>");
+    const QString plist = LocalBuild::infoPlist(QStringLiteral("Notes"), injected, QStringLiteral("13.0"));
+    QXmlStreamReader reader(plist);
+    QStringList keys;
+    QString version;
+    while (!reader.atEnd()) {
+        if (reader.readNext() == QXmlStreamReader::StartElement && reader.name() == QLatin1String("key"))
+            keys.append(reader.readElementText());
+        else if (keys.endsWith(QStringLiteral("CFBundleShortVersionString")) && reader.isStartElement() &&
+                 version.isNull())
+            version = reader.readElementText();
+    }
+    ASSERT_FALSE(reader.hasError()) << reader.errorString().toStdString();
+    EXPECT_EQ(keys, (QStringList{
+                        QStringLiteral("CFBundleExecutable"), QStringLiteral("CFBundleIconFile"),
+                        QStringLiteral("CFBundleIdentifier"), QStringLiteral("CFBundleName"),
+                        QStringLiteral("CFBundlePackageType"), QStringLiteral("CFBundleShortVersionString"),
+                        QStringLiteral("LSMinimumSystemVersion"), QStringLiteral("NSHighResolutionCapable"),
+                        QStringLiteral("NSPrincipalClass")}));
+    EXPECT_EQ(version, injected) << "the text stays one value";
+}
+
+TEST_F(Package, NameFromTheSourceLosesItsXmlSpecialsBeforeTheInfoPlist)
+{
     writePackage(work(QStringLiteral("src")), QStringLiteral("Tom & Jerry <3>"));
-    const QString saved =
-        build(work(QStringLiteral("src")), QStringLiteral("job1"), QStringLiteral("2.0 <beta>"));
+    const QString saved = build(work(QStringLiteral("src")), QStringLiteral("job1"), QStringLiteral("2.0"));
     EXPECT_EQ(QFileInfo(saved).fileName(), QStringLiteral("Tom--Jerry-3.app"));
     EXPECT_EQ(readFile(saved + QStringLiteral("/Contents/Info.plist")),
-              expectedPlist("tomjerry3", "Tom  Jerry 3", "2.0 <beta>", "14.0"));
+              expectedPlist("tomjerry3", "Tom  Jerry 3", "2.0", "14.0"));
+}
+
+TEST_F(Package, BundleVersionsAreOneToThreeNumbersJoinedByDots)
+{
+    for (const char* good : {"1", "2.0", "10.14.1", "0.0.0", "123456789.1"})
+        EXPECT_TRUE(LocalBuild::isBundleVersion(QString::fromLatin1(good))) << good;
+    for (const char* bad : {"", "1.", ".1", "1..2", "1.2.3.4", "2.0 <beta>", "2.0-beta", " 1.0", "1.0\n",
+                            "1234567890", "v1", "1,0"})
+        EXPECT_FALSE(LocalBuild::isBundleVersion(QString::fromLatin1(bad))) << bad;
+    EXPECT_FALSE(LocalBuild::isBundleVersion(QString::fromUtf16(u"\u0661.\u0662"))) << "other digits";
+}
+
+TEST_F(Package, VersionThatIsNotABundleVersionIsRefusedBeforeAnythingIsWritten)
+{
+    writePackage(work(QStringLiteral("src")), QStringLiteral("Notes"));
+    const auto compiled = run(LocalBuild::compile(work(QStringLiteral("src")), {}));
+    ASSERT_TRUE(compiled.ok() && !compiled.value->has_value());
+    for (const QString& version :
+         {QStringLiteral("2.0 <beta>"),
+          QStringLiteral("2.0</string><key>LSUIElement</key><true/><key>x</key><string>"),
+          QStringLiteral("1.0\n"), QString(10000, QLatin1Char('9'))}) {
+        const auto packaged =
+            run(LocalBuild::package(work(QStringLiteral("src")), QStringLiteral("job1"), version));
+        EXPECT_EQ(packaged.errorText(), QString::fromLatin1(LocalBuild::badVersionText));
+    }
+    EXPECT_FALSE(QFileInfo::exists(work(QStringLiteral("src/.stage"))));
+    EXPECT_FALSE(QFileInfo::exists(m_home.downloadsFolder() + QStringLiteral("/Brightloom")));
 }
 
 TEST_F(Package, MinimumSystemComesFromTheFirstMacOSPlatform)

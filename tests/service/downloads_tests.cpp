@@ -96,6 +96,38 @@ TEST_F(DownloadTest, SlashInTheNameBecomesADash)
     EXPECT_EQ(*path.value, hostFolder() + QStringLiteral("/A-B.dmg"));
 }
 
+TEST_F(DownloadTest, NameThatCannotBeAFileIsRefusedBeforeAnythingIsFetched)
+{
+    API api;
+    const QList<QPair<QString, QString>> refused{
+        {QStringLiteral(".."), QStringLiteral("it starts with a dot")},
+        {QStringLiteral("Notes\r\n1.0"), QStringLiteral("it holds a control character")},
+        {QStringView(u"Notes\0", 6).toString(), QStringLiteral("it holds a control character")},
+        {QString::fromUtf16(u"Notes\u202egmd.ppa"), QStringLiteral("it holds a mark that reorders text")},
+        {QString(10000, QLatin1Char('N')), QStringLiteral("it is longer than 200 bytes")},
+        {QString(), QStringLiteral("it is empty")}};
+    for (const auto& [name, why] : refused)
+        EXPECT_EQ(run(api.downloadDmg(url("files/notes.dmg"), name)).errorText(),
+                  QStringLiteral("The app's name cannot be a file name: ") + why + QLatin1Char('.'));
+    EXPECT_TRUE(server.requestsTo(QStringLiteral("/files/notes.dmg")).isEmpty());
+    EXPECT_TRUE(filesUnder(home.downloadsFolder()).isEmpty());
+
+    // Slashes become dashes first, so "../x" is one harmless name.
+    const auto saved = run(api.downloadDmg(url("files/notes.dmg"), QStringLiteral("a/../x")));
+    EXPECT_EQ(*saved.value, hostFolder() + QStringLiteral("/a-..-x.dmg"));
+}
+
+TEST_F(DownloadTest, NamedDownloadKeepsItsOwnExtensionAndNumbersTakenNames)
+{
+    API api;
+    const auto first =
+        run(api.downloadNamed(url("files/notes.dmg"), QStringLiteral("Notes 1.0"), QStringLiteral("zip")));
+    const auto second =
+        run(api.downloadNamed(url("files/notes.dmg"), QStringLiteral("Notes 1.0"), QStringLiteral("zip")));
+    EXPECT_EQ(*first.value, hostFolder() + QStringLiteral("/Notes 1.0.zip"));
+    EXPECT_EQ(*second.value, hostFolder() + QStringLiteral("/Notes 1.0 2.zip"));
+}
+
 TEST_F(DownloadTest, DiskImageAnsweredWithAnErrorStatusFailsAndLeavesNothing)
 {
     server.on(QStringLiteral("GET /files/gone.dmg"), ScriptedReply::html(404, "<html>gone</html>"));

@@ -75,6 +75,15 @@ inline bool spinUntil(const std::function<bool()>& done,
     return true;
 }
 
+// Handles every event posted before the call, and those they post in turn up to the marker: what was
+// set in motion has happened once this returns, with no wall-clock wait.
+inline void drainPostedEvents()
+{
+    bool reached = false;
+    QTimer::singleShot(0, [&reached] { reached = true; });
+    spinUntil([&reached] { return reached; });
+}
+
 template <class T>
 Outcome<T> run(QCoro::Task<T> task, std::chrono::milliseconds limit = std::chrono::seconds(30))
 {

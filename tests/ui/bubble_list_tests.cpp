@@ -110,6 +110,7 @@ protected:
         // Polling would refresh on its own; these tests refresh when they mean to.
         widget->chatView()->setPollIntervals(
             {std::chrono::hours(1), std::chrono::hours(1), std::chrono::hours(1)});
+        widget->chatView()->startPolling();
         widget->resize(size);
         widget->show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(widget.get()));

@@ -5,6 +5,7 @@
 #include "app/icon_loader.h"
 #include "conversation/chat_view.h"
 #include "devserver_client.h"
+#include "hand_clock.h"
 #include "localbuild/local_builds.h"
 #include "qt_printers.h"
 #include "recording_desktop.h"
@@ -28,13 +29,16 @@
 #include "widget_lookup.h"
 
 #include <QAccessible>
+#include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonObject>
 #include <QPlainTextEdit>
 #include <QRegularExpression>
+#include <QSignalSpy>
 #include <QTest>
+#include <QtTest/qtestspontaneevent.h>
 #include <gtest/gtest.h>
 
 using namespace brightloom;
@@ -109,11 +113,15 @@ protected:
         return {};
     }
 
-    ChatViewWidget& open(const Project& project)
+    // Polls every 30 ms, or on `clock` when one is given.
+    ChatViewWidget& open(const Project& project, std::shared_ptr<HandClock> clock = nullptr)
     {
         widget = std::make_unique<ChatViewWidget>(*api, *local, icons, desktop, project);
         widget->chatView()->setPollIntervals(
             {std::chrono::milliseconds(30), std::chrono::milliseconds(30), std::chrono::milliseconds(30)});
+        if (clock)
+            widget->chatView()->setPollWait(waitsOn(clock));
+        widget->chatView()->startPolling();
         localTexts.clear();
         recordLocalTexts();
         widget->resize(820, 640);
@@ -286,7 +294,7 @@ TEST_F(ChatViewWidgetTest, WhileABuildRunsOrTheTextIsBlankReturnSendsNothingAndK
     widget->composer()->setText(QStringLiteral("  \n "));
     EXPECT_FALSE(widget->composer()->sendButton()->isEnabled());
     QTest::keyClick(widget->composer()->textView(), Qt::Key_Return);
-    spinUntil([] { return false; }, std::chrono::milliseconds(100));
+    EXPECT_FALSE(widget->chatView()->sending()) << "a send would be on its way from the key press on";
     EXPECT_EQ(requests(), before);
     EXPECT_EQ(widget->chatView()->latest()->status, QStringLiteral("ready")) << "no new job";
 }
@@ -393,22 +401,32 @@ TEST_F(ChatViewWidgetTest, FailedSendShowsTheErrorAndKeepsTheTextUntilTheNextSen
         [&] { return status() == QStringLiteral("Queued \u2014 waiting for the build machine\u2026"); }));
 }
 
-TEST_F(ChatViewWidgetTest, ShownConversationPollsAndHiddenOrClosedItStops)
+TEST_F(ChatViewWidgetTest, MinimisedOrHiddenConversationKeepsPollingUntilTheScreenIsGone)
 {
     const Project project = create(QStringLiteral("a notes app with tags"), false);
-    open(project);
-    EXPECT_TRUE(widget->chatView()->polling());
-    widget->hide();
-    EXPECT_FALSE(widget->chatView()->polling());
-    widget->show();
-    EXPECT_TRUE(widget->chatView()->polling());
-    // Hidden, the conversation misses what the service does; shown again it catches up.
+    const auto clock = std::make_shared<HandClock>();
+    open(project, clock);
+    ASSERT_TRUE(spinUntil([&] { return clock->waiting(); }));
+    QSignalSpy refreshed(widget->chatView(), &ChatView::refreshed);
+
+    // What a window manager sends when the user minimises the window, then a plain hide.
+    QHideEvent minimised;
+    QSpontaneKeyEvent::setSpontaneous(&minimised);
+    QApplication::sendEvent(widget.get(), &minimised);
     widget->hide();
     finishJobs();
-    spinUntil([] { return false; }, std::chrono::milliseconds(150));
-    EXPECT_EQ(widget->chatView()->latest()->status, QStringLiteral("queued"));
-    widget->show();
-    ASSERT_TRUE(spinUntil([&] { return widget->chatView()->latest()->status == QStringLiteral("ready"); }));
+    clock->advance();
+    ASSERT_TRUE(spinUntil([&] { return refreshed.size() == 1 && clock->waiting(); }));
+    EXPECT_TRUE(widget->chatView()->polling());
+    EXPECT_EQ(widget->chatView()->latest()->status, QStringLiteral("ready"))
+        << "the hidden conversation followed the service";
+
+    const int waits = int(clock->waits.size());
+    widget.reset();
+    clock->advance();
+    drainPostedEvents();
+    EXPECT_EQ(clock->waits.size(), waits) << "the loop ends with the screen";
+    EXPECT_EQ(refreshed.size(), 1);
 }
 
 TEST_F(ChatViewWidgetTest, ProjectFromAnImportedRepositoryShowsTheBannerAndOthersDoNot)

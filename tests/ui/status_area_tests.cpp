@@ -68,6 +68,7 @@ protected:
             Project{QStringLiteral("p1"), QStringLiteral("Timer"), std::nullopt});
         widget->chatView()->setPollIntervals(
             {std::chrono::hours(1), std::chrono::hours(1), std::chrono::hours(1)});
+        widget->chatView()->startPolling();
         widget->resize(800, 600);
         widget->show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(widget.get()));

@@ -42,6 +42,7 @@ ui::ChatViewWidget* conversation(SceneContext& context, const Project& project)
         new ui::ChatViewWidget(context.api, context.local, context.icons, context.desktop, project);
     const auto quick = std::chrono::milliseconds(100);
     widget->chatView()->setPollIntervals({quick, quick, quick});
+    widget->chatView()->startPolling();
     widget->resize(sceneSize);
     widget->show();
     return widget;

@@ -1,5 +1,6 @@
 #include "window_screens.h"
 
+#include "conversation/chat_view.h"
 #include "ui/conversation/chat_view_widget.h"
 #include "ui/conversation/new_project_view_widget.h"
 #include "ui/library/library_view_widget.h"
@@ -17,6 +18,7 @@ Screens windowScreens(API& api, LocalBuilds& local, IconLoader& icons, Desktop& 
     };
     screens.conversation = [&api, &local, &icons, &desktop](const Project& project) {
         auto* chat = new ChatViewWidget(api, local, icons, desktop, project);
+        chat->chatView()->startPolling();
         return Screens::Conversation{chat, chat->chatView()};
     };
     return screens;

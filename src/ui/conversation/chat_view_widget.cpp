@@ -102,6 +102,7 @@ ChatViewWidget::ChatViewWidget(API& api, LocalBuilds& local, IconLoader& icons, 
     const auto canSend = [this] { m_composer->setCanSend(m_view->canSend()); };
     connect(m_view, &ChatView::promptChanged, this, canSend);
     connect(m_view, &ChatView::jobsChanged, this, canSend);
+    connect(m_view, &ChatView::sendingChanged, this, canSend);
     canSend();
     updateTabOrder();
 }
@@ -109,18 +110,6 @@ ChatViewWidget::ChatViewWidget(API& api, LocalBuilds& local, IconLoader& icons, 
 ChatViewWidget::~ChatViewWidget()
 {
     m_view->stopPolling();
-}
-
-void ChatViewWidget::showEvent(QShowEvent* event)
-{
-    QWidget::showEvent(event);
-    m_view->startPolling();
-}
-
-void ChatViewWidget::hideEvent(QHideEvent* event)
-{
-    m_view->stopPolling();
-    QWidget::hideEvent(event);
 }
 
 void ChatViewWidget::showError()

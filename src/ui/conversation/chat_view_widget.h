@@ -24,8 +24,9 @@ class UnsafeBanner;
 
 // The conversation about one project, as the window shows it: the project banner when it was made
 // from an imported repository, the messages as bubbles followed by the status area in one scrolling
-// list, the error line, and the composer. It owns its conversation, which polls the service while
-// the widget is shown; another project gets a new widget.
+// list, the error line, and the composer. It owns its conversation, whose polling the window starts
+// when it makes the screen and which ends with the widget, however often the window is hidden or
+// minimised in between (a build must go on while nobody looks); another project gets a new widget.
 class ChatViewWidget final : public QWidget
 {
     Q_OBJECT
@@ -44,10 +45,6 @@ public:
     Composer* composer() const { return m_composer; }
     // Null unless the project was made from an imported repository.
     UnsafeBanner* banner() const { return m_banner; }
-
-protected:
-    void showEvent(QShowEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
 
 private:
     void showError();
