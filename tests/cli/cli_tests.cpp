@@ -1,4 +1,5 @@
 #include "child_process.h"
+#include "qt_printers.h"
 #include "recording_server.h"
 #include "teardown_probe.h"
 #include "temp_home.h"
@@ -40,6 +41,8 @@ protected:
                 return ScriptedReply::json(200, projectsReply);
             if (request.path() == QLatin1String("/api/auth/sign-in/email"))
                 return signInReply;
+            if (request.path() == QLatin1String("/api/projects/p1"))
+                return detailReply;
             if (request.path() == QLatin1String("/api/auth/get-session"))
                 return ScriptedReply::json(200,
                                            request.hasHeader("Cookie") ? R"({"user":{"id":"u"}})" : "null");
@@ -54,6 +57,7 @@ protected:
 
     TempHome home;
     RecordingServer server;
+    ScriptedReply detailReply = ScriptedReply::json(404, R"({"message":"Not found"})");
     ScriptedReply signInReply =
         withCookie(ScriptedReply::json(200, R"({"user":{}})"),
                    "brightloom.session_token=tok-SECRET; Path=/; HttpOnly; Secure; Max-Age=3600");
@@ -131,6 +135,40 @@ TEST_F(CliTest, FailurePrintsTheErrorTextAloneOnOneLineAndExitsOne)
                                QStringLiteral("--password"), QStringLiteral("b")});
     EXPECT_EQ(login.exitCode, 1);
     EXPECT_EQ(login.err, QStringLiteral("Invalid email or password\n"));
+}
+
+TEST_F(CliTest, TerminalControlsInServiceTextAreShownNotObeyedAndJsonStaysExact)
+{
+    // A message that would set the terminal's title, clear the screen and overwrite its own line.
+    const QByteArray detail =
+        R"({"project":{"id":"p1","name":"Timer\u001b[2J"},)"
+        R"("messages":[{"id":"m1","role":"assistant","content":"Done.\u001b]0;owned\u0007 See\rHIDDEN\u009b31m\u007f"}],)"
+        R"("jobs":[{"id":"j1","status":"failed","error":"Broke\u001b[2J"}]})";
+    detailReply = ScriptedReply::json(200, detail);
+    const auto shown = runCli({QStringLiteral("show"), QStringLiteral("p1")});
+    ASSERT_EQ(shown.exitCode, 0) << shown.err.toStdString();
+    EXPECT_EQ(shown.out,
+              QStringLiteral("project\tp1\tTimer\\u001B[2J\n"
+                             "assistant: Done.\\u001B]0;owned\\u0007 See\\u000DHIDDEN\\u009B31m\\u007F\n"
+                             "job\tj1\tfailed\t\t\t\t\tBroke\\u001B[2J\n"));
+    for (const QChar c : shown.out)
+        EXPECT_FALSE(c.unicode() < 0x20 && c != QLatin1Char('\n') && c != QLatin1Char('\t'))
+            << int(c.unicode());
+
+    const auto json = runCli({QStringLiteral("show"), QStringLiteral("p1"), QStringLiteral("--json")});
+    ASSERT_EQ(json.exitCode, 0);
+    EXPECT_FALSE(json.out.contains(QChar(0x1b)) || json.out.contains(QChar(0x9b)) ||
+                 json.out.contains(QChar(0x7f)));
+    const QJsonObject printed = QJsonDocument::fromJson(json.out.toUtf8()).object();
+    const QJsonObject sent = QJsonDocument::fromJson(detail).object();
+    EXPECT_EQ(printed.value(QStringLiteral("messages")), sent.value(QStringLiteral("messages")));
+    EXPECT_EQ(printed.value(QStringLiteral("project")), sent.value(QStringLiteral("project")));
+
+    // A failure's text from the service goes to standard error the same way.
+    detailReply = ScriptedReply::json(500, R"({"message":"Down\u001b]0;owned\u0007"})");
+    const auto failed = runCli({QStringLiteral("show"), QStringLiteral("p1")});
+    EXPECT_EQ(failed.exitCode, 1);
+    EXPECT_EQ(failed.err, QStringLiteral("Down\\u001B]0;owned\\u0007\n"));
 }
 
 TEST_F(CliTest, LogoutEndsTheSessionForLaterProcesses)

@@ -272,6 +272,17 @@ TEST_F(Unpack, RefusesNamesThatAreNotUtf8OrTooLong)
     expectRefused(ZipMaker().file(QString(4096, QLatin1Char('n')), "x").zip(), QStringLiteral("too long"));
 }
 
+TEST_F(Unpack, RefusesNamesHoldingControlCharacters)
+{
+    for (const QString& name :
+         {QStringLiteral("Evil\nApp.app/x"), QStringLiteral("a\rb"), QStringLiteral("t\x1b]0;owned\x07"),
+          QString::fromUtf16(u"c1\x9b"
+                             u"31m"),
+          QString::fromUtf16(u"del\x7f")})
+        expectRefused(ZipMaker().file(name, "x").zip(),
+                      QStringLiteral("an entry's name holds a control character"));
+}
+
 TEST_F(Unpack, RefusesEncryptedEntries)
 {
     expectRefused(ZipMaker().file(QStringLiteral("secret"), "x").encryptedZip("pw"),

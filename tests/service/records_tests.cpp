@@ -282,6 +282,17 @@ TEST(Records, StringsKeepEveryCharacter)
     EXPECT_EQ(message.content, QStringLiteral(u"Café 🎉 \"q\"\n"));
 }
 
+TEST(Records, EncodingEscapesEveryControlCharacterAndKeepsTheText)
+{
+    const Message m{QStringLiteral("m"), QStringLiteral("assistant"),
+                    QString::fromUtf16(u"\x1b]0;owned\x07 \x7f \x85\x9b \u00a0\u00e9")};
+    const QByteArray json = encodeRecord(m);
+    EXPECT_EQ(json, QByteArray(
+                        R"({"id":"m","role":"assistant","content":"\u001b]0;owned\u0007 \u007f \u0085\u009b )"
+                        "\xc2\xa0\xc3\xa9\"}"));
+    EXPECT_EQ(decodeRecord<Message>(json).content, m.content);
+}
+
 TEST(Records, EncodingLeavesOutAbsentOptionals)
 {
     Project project{QStringLiteral("p"), QStringLiteral("N"), std::nullopt};
