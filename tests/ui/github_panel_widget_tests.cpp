@@ -1,3 +1,4 @@
+#include "accessible_walk.h"
 #include "library/github_sync_view.h"
 #include "library_fixture.h"
 #include "qt_printers.h"
@@ -178,4 +179,33 @@ TEST_F(GithubPanelWidgetTest, FailedActionShowsItsError)
     ASSERT_TRUE(spinUntil([&] { return widget->errorLabel()->isVisible(); }));
     EXPECT_EQ(widget->errorLabel()->text(), QStringLiteral("Repository not found"));
     EXPECT_TRUE(widget->choosePage()->isVisible());
+}
+
+TEST_F(GithubPanelWidgetTest, EveryControlIsNamedAndItsAccessibleActionDoesWhatAClickDoes)
+{
+    // Each use gets a panel and a model of its own, and the service its panel anew: linking or
+    // pushing changes both.
+    std::vector<std::unique_ptr<GithubSyncView>> models;
+    std::unique_ptr<GithubSyncViewWidget> widget;
+    std::optional<QJsonObject> panel;
+    const auto fresh = [&]() -> QWidget* {
+        // What the last panel asked of the service is answered before the service is reset.
+        if (!models.empty())
+            spinUntil([&] { return !models.back()->busy(); });
+        widget.reset();
+        github.panel = panel;
+        models.push_back(std::make_unique<GithubSyncView>(api, QStringLiteral("p1")));
+        widget = std::make_unique<GithubSyncViewWidget>(*models.back(), desktop);
+        widget->resize(700, 300);
+        widget->show();
+        EXPECT_TRUE(run(models.back()->load()).ok());
+        return widget.get();
+    };
+    panel = ScriptedGithub::readyPanel();
+    expectActionsDoWhatClicksDo(fresh, 1); // choosing a repository
+    panel = ScriptedGithub::readyPanel(true);
+    expectActionsDoWhatClicksDo(fresh, 2); // linked: push and stop syncing
+    panel = QJsonObject{{QStringLiteral("state"), QStringLiteral("connect")}};
+    expectActionsDoWhatClicksDo(fresh, 1);
+    widget.reset();
 }

@@ -1,4 +1,6 @@
+#include "accessible_walk.h"
 #include "app/icon_loader.h"
+#include "library/github_sync_view.h"
 #include "library/library_detail_view.h"
 #include "library/library_view.h"
 #include "library_fixture.h"
@@ -326,4 +328,26 @@ TEST_F(LibraryDetailWidgetTest, TreeHundredThousandLevelsDeepOpensScrollsToItsDe
         return gone.isNull();
     }));
     library.reset();
+}
+
+TEST_F(LibraryDetailWidgetTest, EveryControlIsNamedAndItsAccessibleActionDoesWhatAClickDoes)
+{
+    std::unique_ptr<LibraryDetailViewWidget> widget;
+    expectActionsDoWhatClicksDo(
+        [&]() -> QWidget* {
+            // What the last page asked of the service is answered before the service is reset.
+            if (widget)
+                spinUntil([&] { return !widget->github().busy() && !widget->model().forking(); });
+            widget.reset();
+            github.panel = ScriptedGithub::readyPanel();
+            widget = shown();
+            spinUntil(
+                [&] { return widget->github().panel().has_value() && !widget->github().repos().isEmpty(); });
+            // Every row of the tree bound to its widget.
+            spinUntil([&] { return widget->findChildren<TreeRowWidget*>().size() >= 4; });
+            drainPostedEvents();
+            return widget.get();
+        },
+        6);
+    widget.reset();
 }

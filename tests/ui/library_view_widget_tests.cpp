@@ -1,3 +1,4 @@
+#include "accessible_walk.h"
 #include "app/icon_loader.h"
 #include "library/library_detail_view.h"
 #include "library/library_view.h"
@@ -194,4 +195,18 @@ TEST_F(LibraryViewWidgetTest, GrownListInsertsOnlyTheNewRows)
     ASSERT_EQ(inserted.size(), 1);
     EXPECT_EQ(inserted[0][1].toInt(), 2);
     EXPECT_EQ(apps->rowCount(), 3);
+}
+
+TEST_F(LibraryViewWidgetTest, EveryControlIsNamedAndItsAccessibleActionDoesWhatAClickDoes)
+{
+    std::unique_ptr<LibraryViewWidget> widget;
+    expectActionsDoWhatClicksDo(
+        [&]() -> QWidget* {
+            widget.reset();
+            widget = shown();
+            spinUntil([&] { return loaded(*widget); });
+            return widget.get();
+        },
+        0);
+    widget.reset();
 }

@@ -1,3 +1,4 @@
+#include "accessible_walk.h"
 #include "app/icon_loader.h"
 #include "app/scripted_dialogs.h"
 #include "app/user_defaults.h"
@@ -220,6 +221,49 @@ TEST_F(NewProjectWidgetTest, ChoosingTheCloudSaysTheCloudBuildsAndKeepsTheChoice
     EXPECT_EQ(userDefaults()->value(NewProjectView::locationKey).toString(), QStringLiteral("cloud"));
     EXPECT_EQ(accessibleName(screen->picker()->cloudButton()), QStringLiteral("Brightloom cloud"));
     EXPECT_EQ(accessibleName(screen->picker()->localButton()), QStringLiteral("This Mac"));
+}
+
+TEST_F(NewProjectWidgetTest, CompileOnIsARadioGroupWhoseActionChoosesThroughTheModel)
+{
+    open();
+    QAccessibleInterface* group =
+        QAccessible::queryAccessibleInterface(screen->picker()->localButton()->parentWidget());
+    ASSERT_TRUE(group);
+    EXPECT_EQ(group->role(), QAccessible::Grouping);
+    EXPECT_EQ(group->text(QAccessible::Name), QStringLiteral("Compile on"));
+    QAccessibleInterface* local = QAccessible::queryAccessibleInterface(screen->picker()->localButton());
+    QAccessibleInterface* cloud = QAccessible::queryAccessibleInterface(screen->picker()->cloudButton());
+    EXPECT_EQ(local->role(), QAccessible::RadioButton);
+    EXPECT_EQ(cloud->role(), QAccessible::RadioButton);
+    EXPECT_TRUE(cloud->state().checked);
+    EXPECT_FALSE(local->state().checked);
+
+    local->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+    EXPECT_EQ(screen->model().location(), QStringLiteral("local"));
+    EXPECT_TRUE(local->state().checked);
+    EXPECT_FALSE(cloud->state().checked);
+    ASSERT_TRUE(spinUntil([&] { return description() == foundText; }));
+
+    // Choosing the chosen option again leaves it chosen, as a click does.
+    local->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+    EXPECT_EQ(screen->model().location(), QStringLiteral("local"));
+    EXPECT_TRUE(local->state().checked);
+    cloud->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(screen->model().location(), QStringLiteral("cloud"));
+    EXPECT_EQ(userDefaults()->value(NewProjectView::locationKey).toString(), QStringLiteral("cloud"));
+}
+
+TEST_F(NewProjectWidgetTest, EveryControlIsNamedAndItsAccessibleActionDoesWhatAClickDoes)
+{
+    expectActionsDoWhatClicksDo(
+        [this]() -> QWidget* {
+            resetSettings();
+            open();
+            // The gallery below the composer, with its tiles.
+            spinUntil([&] { return !screen->findChildren<GalleryTile*>().isEmpty(); });
+            return screen;
+        },
+        10);
 }
 
 TEST_F(NewProjectWidgetTest, LinkNoticeNamesTheRepositoryInBoldAndWarnsWhenXcodeIsMissing)

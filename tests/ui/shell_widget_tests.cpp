@@ -1,11 +1,14 @@
+#include "accessible_walk.h"
 #include "app/auth_view.h"
 #include "app/icon_loader.h"
 #include "app/main_view.h"
 #include "app/root_view.h"
 #include "app/scripted_dialogs.h"
+#include "app/user_defaults.h"
 #include "app/version.h"
 #include "app/worker_status_banner.h"
 #include "conversation/chat_view.h"
+#include "conversation/new_project_view.h"
 #include "gallery_service.h"
 #include "library/gallery_view.h"
 #include "localbuild/local_builds.h"
@@ -462,4 +465,50 @@ TEST_F(ShellWidgetTest, BuildThatEndsWhileTheWindowIsInFrontIsNotAnnounced)
                                        R"("jobs":[{"id":"j1","status":"failed"}]})"));
     ASSERT_TRUE(run(chat->refresh()).ok());
     EXPECT_TRUE(notifier.shown.isEmpty());
+}
+
+TEST_F(ShellWidgetTest, EverySignInControlIsNamedAndItsAccessibleActionDoesWhatAClickDoes)
+{
+    server.on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, "null"));
+    server.on(QStringLiteral("POST /api/auth/sign-in/email"),
+              ScriptedReply::json(401, R"({"message":"Invalid email or password"})"));
+    std::unique_ptr<RootViewWidget> root;
+    expectActionsDoWhatClicksDo(
+        [&]() -> QWidget* {
+            root.reset();
+            root = std::make_unique<RootViewWidget>(*api, *local, Screens{}, nullptr);
+            root->resize(1000, 640);
+            root->show();
+            spinUntil([&] { return root->authView() != nullptr; });
+            // Filled in, so that the primary button is enabled.
+            QTest::keyClicks(root->authView()->emailField(), QStringLiteral("ada@example.com"));
+            QTest::keyClicks(root->authView()->passwordField(), QStringLiteral("secret"));
+            return root.get();
+        },
+        3);
+    root.reset();
+}
+
+TEST_F(ShellWidgetTest, EveryMainScreenControlIsNamedAndItsAccessibleActionDoesWhatAClickDoes)
+{
+    ASSERT_TRUE(run(api->loadProjects()).ok());
+    server.on(QStringLiteral("GET /api/worker-status"),
+              ScriptedReply::json(200, R"({"online":false,"delayed":true})"));
+    IconLoader icons{QString()};
+    RecordingDesktop desktop;
+    ScriptedDialogs dialogs;
+    std::unique_ptr<MainViewWidget> main;
+    expectActionsDoWhatClicksDo(
+        [&]() -> QWidget* {
+            main.reset();
+            userDefaults()->remove(NewProjectView::locationKey);
+            main = std::make_unique<MainViewWidget>(
+                *api, *local, windowScreens(*api, *local, icons, desktop, dialogs), nullptr);
+            main->resize(1000, 640);
+            main->show();
+            spinUntil([&] { return main->detail() != nullptr; });
+            return main.get();
+        },
+        2);
+    main.reset();
 }

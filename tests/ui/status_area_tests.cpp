@@ -1,6 +1,7 @@
 // The status area under the conversation's bubbles, over a scripted service: which texts, buttons
 // and pieces each state of the newest job shows, and that a refresh without change redraws nothing.
 
+#include "accessible_walk.h"
 #include "app/accent.h"
 #include "app/icon_loader.h"
 #include "conversation/chat_view.h"
@@ -221,4 +222,20 @@ TEST(ChatButtonRowTest, ButtonsShowAtOnceAndStayTheSameWhenOnlyTheirTextChanges)
 
     row->setButtons({});
     EXPECT_FALSE(row->isVisible()) << "an empty row takes no room";
+}
+
+TEST_F(StatusAreaTest, EveryControlIsNamedAndItsAccessibleActionDoesWhatAClickDoes)
+{
+    QJsonObject ready = job(QStringLiteral("j1"), QStringLiteral("ready"));
+    ready.insert(QStringLiteral("downloadUrl"), url(QStringLiteral("files/app.zip")));
+    ready.insert(QStringLiteral("dmgUrl"), url(QStringLiteral("files/app.dmg")));
+    jobs = {ready};
+    expectActionsDoWhatClicksDo(
+        [&]() -> QWidget* {
+            widget.reset();
+            open();
+            waitForButton(widget.get(), QStringLiteral("Download app (.dmg)"));
+            return widget.get();
+        },
+        2);
 }

@@ -1,6 +1,7 @@
 #include "location_picker.h"
 
 #include "ui/shared/metrics.h"
+#include "ui/shared/segmented_choice.h"
 
 #include <QButtonGroup>
 #include <QHBoxLayout>
@@ -37,14 +38,16 @@ QString segmentStyle(bool first)
 } // namespace
 
 LocationPicker::LocationPicker(QWidget* parent)
-    : QWidget(parent), m_cloud(new QPushButton(cloudText, this)), m_local(new QPushButton(localText, this)),
-      m_group(new QButtonGroup(this)), m_description(new QLabel(this))
+    : QWidget(parent), m_cloud(new SegmentButton(cloudText, this)),
+      m_local(new SegmentButton(localText, this)), m_group(new QButtonGroup(this)),
+      m_description(new QLabel(this))
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(6);
 
-    auto* picker = new QWidget(this);
+    // One group named "Compile on", holding two radio buttons, for a screen reader.
+    auto* picker = new SegmentedChoice(label, this);
     picker->setFixedWidth(metrics::pickerWidth);
     auto* row = new QHBoxLayout(picker);
     row->setContentsMargins(0, 0, 0, 0);
@@ -54,11 +57,9 @@ LocationPicker::LocationPicker(QWidget* parent)
     row->addSpacing(10);
     int id = 0;
     for (QPushButton* segment : {m_cloud, m_local}) {
-        segment->setCheckable(true);
         segment->setCursor(Qt::PointingHandCursor);
         segment->setStyleSheet(segmentStyle(segment == m_cloud));
         segment->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-        segment->setAccessibleDescription(label);
         m_group->addButton(segment, id++);
         row->addWidget(segment, 1);
     }

@@ -52,6 +52,8 @@ NewProjectViewWidget::NewProjectViewWidget(API& api, LocalBuilds& local, IconLoa
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
     m_scroll->setFrameShape(QFrame::NoFrame);
+    // It takes focus to scroll with the keys, so a screen reader must be able to name it.
+    m_scroll->setAccessibleName(QStringLiteral("New app"));
     m_scroll->setWidgetResizable(true);
     m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     outer->addWidget(m_scroll);

@@ -3,6 +3,7 @@
 #include "gallery_grid.h"
 #include "library/gallery_view.h"
 #include "ui/shared/busy_spinner.h"
+#include "ui/shared/checkable_buttons.h"
 #include "ui/shared/error_label.h"
 #include "ui/shared/symbols.h"
 
@@ -47,8 +48,10 @@ GalleryViewWidget::GalleryViewWidget(API& api, IconLoader& icons, Desktop& deskt
     below->setForegroundRole(QPalette::PlaceholderText);
     texts->addWidget(below);
     header->addLayout(texts, 1);
-    m_favorites->setText(favoritesToggle);
+    // Checkable before anything else: setting the text already asks for the accessible interface.
+    installCheckableButtonAccessibility();
     m_favorites->setCheckable(true);
+    m_favorites->setText(favoritesToggle);
     m_favorites->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_favorites->setIconSize(QSize(16, 16));
     m_favorites->setCursor(Qt::PointingHandCursor);

@@ -155,6 +155,8 @@ LibraryDetailViewWidget::LibraryDetailViewWidget(API& api, IconLoader& icons, De
 
     m_page = new RowPage(this);
     m_page->setColumn(metrics::columnMaxWidth, metrics::pagePadding, 18);
+    // The page takes focus to scroll with the keys; a screen reader reads it by the app's name.
+    m_page->setAccessibleName(listed ? listed->name : LibraryView::title);
     layout->addWidget(m_page, 1);
 
     QVBoxLayout* top = nullptr;
@@ -244,6 +246,7 @@ void LibraryDetailViewWidget::showDetail()
         if (!app.versions.isEmpty())
             newest = app.versions.front().version;
         m_header->setApp(app.name, newest, std::nullopt);
+        m_page->setAccessibleName(app.name);
         m_unsafe->setVisible(app.unsafe.value_or(false));
         const std::optional<QString> origin = m_model->originLine();
         m_origin->setText(origin.value_or(QString()));
