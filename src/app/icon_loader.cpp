@@ -3,6 +3,8 @@
 #include "service/extra_trust.h"
 
 #include <QBuffer>
+#include <QDir>
+#include <QFileInfo>
 #include <QImageReader>
 #include <QNetworkAccessManager>
 #include <QNetworkDiskCache>
@@ -39,14 +41,27 @@ class Fetcher final : public QObject
     Q_OBJECT
 
 public:
-    explicit Fetcher(const QString& cacheFolder) : m_network(new QNetworkAccessManager(this))
+    Fetcher(QString cacheFolder, QString formerFolder)
+        : m_network(new QNetworkAccessManager(this)), m_cacheFolder(std::move(cacheFolder)),
+          m_formerFolder(std::move(formerFolder))
+    {}
+
+    // On the fetcher's thread, before its first fetch: the disk cache, in the folder an earlier
+    // version used when this one has none yet.
+    void openCache()
     {
-        if (!cacheFolder.isEmpty()) {
-            auto* cache = new QNetworkDiskCache(m_network);
-            cache->setCacheDirectory(cacheFolder);
-            cache->setMaximumCacheSize(64LL * 1024 * 1024);
-            m_network->setCache(cache);
+        if (m_cacheFolder.isEmpty())
+            return;
+        if (!m_formerFolder.isEmpty() && !QFileInfo::exists(m_cacheFolder) &&
+            QFileInfo(m_formerFolder).isDir()) {
+            QDir().mkpath(QFileInfo(m_cacheFolder).path());
+            if (QDir().rename(m_formerFolder, m_cacheFolder))
+                QDir().rmdir(QFileInfo(m_formerFolder).path()); // the doubled folder, if now empty
         }
+        auto* cache = new QNetworkDiskCache(m_network);
+        cache->setCacheDirectory(m_cacheFolder);
+        cache->setMaximumCacheSize(64LL * 1024 * 1024);
+        m_network->setCache(cache);
     }
 
     void fetch(const QUrl& url)
@@ -75,12 +90,16 @@ Q_SIGNALS:
 
 private:
     QNetworkAccessManager* m_network;
+    QString m_cacheFolder;
+    QString m_formerFolder;
 };
 
 } // namespace
 
 IconLoader::IconLoader(const QString& cacheFolder, QObject* parent)
-    : QObject(parent), m_thread(new QThread(this)), m_fetcher(new Fetcher(cacheFolder))
+    : QObject(parent), m_thread(new QThread(this)),
+      m_fetcher(
+          new Fetcher(cacheFolder, cacheFolder == defaultCacheFolder() ? formerCacheFolder() : QString()))
 {
     applyExtraTrust();
     // The memory cache counts kilobytes: 64 MB of decoded icons.
@@ -91,6 +110,7 @@ IconLoader::IconLoader(const QString& cacheFolder, QObject* parent)
     connect(m_thread, &QThread::finished, m_fetcher, &QObject::deleteLater);
     connect(static_cast<Fetcher*>(m_fetcher), &Fetcher::fetched, this, &IconLoader::fetched);
     m_thread->start();
+    QMetaObject::invokeMethod(static_cast<Fetcher*>(m_fetcher), &Fetcher::openCache, Qt::QueuedConnection);
 }
 
 IconLoader::~IconLoader()
@@ -101,6 +121,13 @@ IconLoader::~IconLoader()
 
 QString IconLoader::defaultCacheFolder()
 {
+    const QString base = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
+    return base.isEmpty() ? QString() : base + QStringLiteral("/Brightloom/icons");
+}
+
+QString IconLoader::formerCacheFolder()
+{
+    // The application's cache location names the organisation and the application, both Brightloom.
     const QString base = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
     return base.isEmpty() ? QString() : base + QStringLiteral("/icons");
 }

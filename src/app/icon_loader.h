@@ -34,7 +34,11 @@ public:
     ~IconLoader() override;
 
     // The "icons" folder of the user's cache location.
+    // "Brightloom/icons" in the user's cache folder (~/.cache here).
     static QString defaultCacheFolder();
+    // Where earlier versions kept it, in a folder named twice (~/.cache/Brightloom/Brightloom/icons):
+    // a default loader takes it over when it has no folder of its own yet.
+    static QString formerCacheFolder();
 
     State state(const QUrl& url) const;
     // The decoded icon when it is ready, else a null image.

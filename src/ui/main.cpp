@@ -7,6 +7,7 @@
 #include "ui/app/brightloom_app.h"
 #include "ui/app/first_frame_exit.h"
 #include "ui/app/palette.h"
+#include "ui/desktop/quit_on_signals.h"
 #include "ui/desktop/single_instance.h"
 
 #include <QApplication>
@@ -24,6 +25,8 @@ int runWindow(int argc, char** argv)
     QApplication::setApplicationName(QStringLiteral("Brightloom"));
     QApplication::setApplicationVersion(QStringLiteral(BRIGHTLOOM_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("app.brightloom.Brightloom"));
+    // Before the socket is made, so that no signal can leave it behind.
+    brightloom::ui::quitOnTerminationSignals(app);
 
     QString callback;
     for (const QString& argument : app.arguments().mid(1)) {

@@ -1,8 +1,10 @@
 #include "app/icon_loader.h"
 #include "recording_server.h"
 #include "task_runner.h"
+#include "temp_home.h"
 
 #include <QBuffer>
+#include <QFileInfo>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -161,6 +163,32 @@ TEST_F(IconLoaderTest, NextRunShowsTheIconFromTheDiskCacheWithoutTheNetwork)
     EXPECT_EQ(second.state(url), IconLoader::State::ready);
     EXPECT_EQ(second.image(url).pixelColor(0, 0), QColor(Qt::blue));
     EXPECT_EQ(server.requestsTo(QStringLiteral("/icons/kept.png")).size(), 1);
+}
+
+TEST_F(IconLoaderTest, CacheLivesInTheBrightloomFolderOfTheUsersCacheAndTakesOverTheFormerOne)
+{
+    TempHome home;
+    EXPECT_EQ(IconLoader::defaultCacheFolder(), home.path() + QStringLiteral("/.cache/Brightloom/icons"));
+    EXPECT_EQ(IconLoader::formerCacheFolder(),
+              home.path() + QStringLiteral("/.cache/Brightloom/Brightloom/icons"));
+
+    ScriptedReply kept = image(png(32, 32, Qt::green));
+    kept.headers.append(qMakePair(QByteArray("Cache-Control"), QByteArray("max-age=3600")));
+    server.on(QStringLiteral("/icons/kept.png"), kept);
+    const QUrl url = address(QStringLiteral("icons/kept.png"));
+    {
+        IconLoader former(IconLoader::formerCacheFolder()); // as an earlier version kept it
+        former.load(url);
+        ASSERT_TRUE(waitFor(former, url));
+        ASSERT_EQ(former.state(url), IconLoader::State::ready);
+    }
+    IconLoader loader;
+    loader.load(url);
+    ASSERT_TRUE(waitFor(loader, url));
+    EXPECT_EQ(loader.image(url).pixelColor(0, 0), QColor(Qt::green));
+    EXPECT_EQ(server.requestsTo(QStringLiteral("/icons/kept.png")).size(), 1) << "not fetched again";
+    EXPECT_TRUE(QFileInfo(IconLoader::defaultCacheFolder()).isDir());
+    EXPECT_FALSE(QFileInfo::exists(home.path() + QStringLiteral("/.cache/Brightloom/Brightloom")));
 }
 
 TEST_F(IconLoaderTest, AddressThatIsNotAWebAddressFailsAtOnce)

@@ -18,6 +18,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <csignal>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -127,6 +128,31 @@ TEST_F(SingleInstanceTest, WindowThatQuitsTakesItsSocketAwayAndSkipsTheLibraries
     EXPECT_TRUE(window.readAllStandardOutput().startsWith("first frame at ")); // it ran, and listened
     EXPECT_FALSE(err.contains(teardownProbeSays)) << err.toStdString();
     EXPECT_FALSE(QFile::exists(socket()));
+}
+
+TEST_F(SingleInstanceTest, WindowEndedByTermOrInterruptEndsAsQuitDoesAndTakesItsSocketAway)
+{
+    for (const int signal : {SIGTERM, SIGINT}) {
+        TempHome home;
+        preloadTeardownProbe(home);
+        QProcessEnvironment environment = home.environment();
+        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("BRIGHTLOOM_URL"), QStringLiteral("http://127.0.0.1:9/"));
+        QProcess window;
+        window.setProcessEnvironment(environment);
+        window.start(QStringLiteral(BRIGHTLOOM_WINDOW_PATH));
+        // Listening means it is past its start and runs its event loop.
+        ASSERT_TRUE(spinUntil([&] { return QFile::exists(socket()); }, std::chrono::seconds(30)));
+        ASSERT_EQ(::kill(pid_t(window.processId()), signal), 0);
+        ASSERT_TRUE(
+            spinUntil([&] { return window.state() == QProcess::NotRunning; }, std::chrono::seconds(30)));
+        const QString err = QString::fromUtf8(window.readAllStandardError());
+        EXPECT_EQ(window.exitStatus(), QProcess::NormalExit) << signal;
+        EXPECT_EQ(window.exitCode(), 0) << err.toStdString();
+        EXPECT_FALSE(err.contains(teardownProbeSays)) << "it ended through endProcess, as Quit does";
+        EXPECT_FALSE(QFile::exists(socket())) << signal;
+    }
 }
 
 TEST_F(SingleInstanceTest, PlainSecondStartRaisesTheRunningWindowInsteadOfOpeningAnother)

@@ -251,6 +251,33 @@ TEST_F(BubbleListTest, RefreshWithoutChangeKeepsTheScrolledUpPlaceAndTheSelectio
     EXPECT_EQ(list().selectedText(), selected);
 }
 
+TEST_F(BubbleListTest, MessageChangedInPlaceChangesItsRowAndLeavesTheScrolledUpPlace)
+{
+    addMessages(60);
+    open();
+    list().verticalScrollBar()->setValue(list().verticalScrollBar()->maximum() / 3);
+    settle();
+    const int place = list().verticalScrollBar()->value();
+
+    QSignalSpy inserted(widget->bubbles(), &QAbstractItemModel::rowsInserted);
+    QSignalSpy removed(widget->bubbles(), &QAbstractItemModel::rowsRemoved);
+    QSignalSpy changed(widget->bubbles(), &QAbstractItemModel::dataChanged);
+    // The service wrote more of its last answer.
+    QJsonObject last = messages.last().toObject();
+    const QString longer =
+        last.value(QStringLiteral("content")).toString() + QStringLiteral(" And one more thing.");
+    last.insert(QStringLiteral("content"), longer);
+    messages.replace(messages.size() - 1, last);
+    refresh();
+    EXPECT_EQ(inserted.size() + removed.size(), 0);
+    ASSERT_EQ(changed.size(), 1);
+    EXPECT_EQ(changed[0][0].toModelIndex().row(), 59);
+    EXPECT_EQ(changed[0][1].toModelIndex().row(), 59);
+    EXPECT_TRUE(
+        widget->bubbles()->index(59).data().toString().endsWith(QStringLiteral("And one more thing.")));
+    EXPECT_EQ(list().verticalScrollBar()->value(), place) << "the reader stays where they were";
+}
+
 TEST_F(BubbleListTest, RefreshThatAddsOneMessageToTenThousandInsertsOneRowAndLaysOutOnlyIt)
 {
     addMessages(10'000);

@@ -310,6 +310,38 @@ TEST_F(ShellWidgetTest, TemplateFromTheGalleryOpensTheNewProjectsConversation)
     EXPECT_TRUE(conversation->isVisible());
 }
 
+TEST_F(ShellWidgetTest, ProjectMissingFromAReloadedListKeepsItsSelectionAndComesBackWhenListedAgain)
+{
+    ASSERT_TRUE(run(api->loadProjects()).ok());
+    auto* main = new MainViewWidget(*api, *local, {}, nullptr);
+    show(main);
+    main->model().select(QStringLiteral("p2"));
+    EXPECT_EQ(main->model().detail().screen, MainView::Screen::conversation);
+
+    server.on(QStringLiteral("GET /api/projects"),
+              ScriptedReply::json(200, R"({"projects":[{"id":"p1","name":"Notes"}]})"));
+    ASSERT_TRUE(run(api->loadProjects()).ok());
+    EXPECT_EQ(main->model().selection(), QStringLiteral("p2"));
+    EXPECT_EQ(main->model().detail().screen, MainView::Screen::newProject);
+    EXPECT_FALSE(main->sidebar()->list()->currentIndex().isValid()) << "no row stands for the screen";
+
+    server.on(QStringLiteral("GET /api/projects"), ScriptedReply::json(200, twoProjects));
+    ASSERT_TRUE(run(api->loadProjects()).ok());
+    EXPECT_EQ(main->model().detail().screen, MainView::Screen::conversation);
+    EXPECT_EQ(main->model().detail().project->id, QStringLiteral("p2"));
+    EXPECT_EQ(main->sidebar()->list()->currentIndex().data(SidebarModel::SelectionRole).toString(),
+              QStringLiteral("p2"));
+
+    // Meanwhile "New app" is a choice like any other.
+    server.on(QStringLiteral("GET /api/projects"),
+              ScriptedReply::json(200, R"({"projects":[{"id":"p1","name":"Notes"}]})"));
+    ASSERT_TRUE(run(api->loadProjects()).ok());
+    QListView* list = main->sidebar()->list();
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                      list->visualRect(list->model()->index(0, 0)).center());
+    EXPECT_EQ(main->model().selection(), MainView::newSelection);
+}
+
 TEST_F(ShellWidgetTest, ChoosingSidebarRowsSelectsTheirScreens)
 {
     ASSERT_TRUE(run(api->loadProjects()).ok());

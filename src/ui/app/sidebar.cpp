@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QListView>
 #include <QPainter>
+#include <QScopedValueRollback>
 #include <QStyledItemDelegate>
 #include <QToolTip>
 #include <QVBoxLayout>
@@ -141,6 +142,9 @@ Sidebar::Sidebar(API& api, MainView& main, QWidget* parent)
 
     m_model->setProjects(main.projects());
     connect(&main, &MainView::projectsChanged, this, [this] {
+        // Rows that go take the current row with them: the list then moves it to a neighbour,
+        // which is no choice of the user's.
+        const QScopedValueRollback following(m_following, true);
         m_model->setProjects(m_main.projects());
         showSelection();
     });
@@ -148,7 +152,7 @@ Sidebar::Sidebar(API& api, MainView& main, QWidget* parent)
     connect(m_list->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex& index) {
                 const QString selection = index.data(SidebarModel::SelectionRole).toString();
-                if (!selection.isEmpty())
+                if (!m_following && !selection.isEmpty())
                     m_main.select(selection);
             });
     QPointer<API> client(&api);
@@ -162,7 +166,15 @@ Sidebar::Sidebar(API& api, MainView& main, QWidget* parent)
 void Sidebar::showSelection()
 {
     const int row = m_model->rowFor(m_main.selection().value_or(MainView::newSelection));
-    const QModelIndex index = m_model->index(row < 0 ? 0 : row);
+    const QScopedValueRollback following(m_following, true);
+    if (row < 0) {
+        // A project missing from a reloaded list stays selected (the detail shows the new project
+        // screen meanwhile), so it comes back if a later list holds it again. No row is marked, so
+        // choosing "New app" still counts as a choice.
+        m_list->selectionModel()->clear();
+        return;
+    }
+    const QModelIndex index = m_model->index(row);
     if (m_list->currentIndex() != index)
         m_list->setCurrentIndex(index);
 }

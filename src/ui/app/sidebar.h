@@ -41,6 +41,7 @@ private:
     QListView* m_list;
     LinkButton* m_signOut;
     QLabel* m_version;
+    bool m_following = false; // the list follows the model: its moves are no choice
 };
 
 } // namespace brightloom::ui

@@ -22,21 +22,27 @@ void BubbleListModel::setMessages(const QList<Message>& messages)
     qsizetype kept = 0;
     while (kept < common && same(m_messages.at(kept), messages.at(kept)))
         ++kept;
+    // Messages that keep their place and id but changed (an answer written on) change in place.
+    qsizetype changed = kept;
+    while (changed < common && m_messages.at(changed).id == messages.at(changed).id)
+        ++changed;
 
-    if (kept < shown) {
-        beginRemoveRows({}, int(kept), int(shown - 1));
-        m_messages.resize(kept);
+    if (changed < shown) {
+        beginRemoveRows({}, int(changed), int(shown - 1));
+        m_messages.resize(changed);
         endRemoveRows();
     }
     // The list shown until now may be the last holder of ten thousand messages.
     QList<Message> before;
-    if (kept < messages.size()) {
-        beginInsertRows({}, int(kept), int(messages.size() - 1));
+    if (changed < messages.size()) {
+        beginInsertRows({}, int(changed), int(messages.size() - 1));
         before = std::exchange(m_messages, messages);
         endInsertRows();
     } else {
-        before = std::exchange(m_messages, messages); // the same messages: share the new list, tell nobody
+        before = std::exchange(m_messages, messages); // the same rows: share the new list
     }
+    if (kept < changed)
+        Q_EMIT dataChanged(index(int(kept)), index(int(changed - 1)));
     releaseInBackground(std::move(before));
 }
 

@@ -83,15 +83,15 @@ ChatViewWidget::ChatViewWidget(API& api, LocalBuilds& local, IconLoader& icons, 
 
     layout->addWidget(inColumn(m_composer, this, 4, metrics::pagePadding / 2 + 4));
 
-    connect(m_view, &ChatView::messagesChanged, this, [this] { m_bubbles->setMessages(m_view->messages()); });
-    const auto countChanged = [this] {
+    // Only a change in the number of messages scrolls to the end: a message changed in place, or
+    // one replaced by another, leaves the reader where they were.
+    connect(m_view, &ChatView::messagesChanged, this, [this] {
+        m_bubbles->setMessages(m_view->messages());
         if (m_bubbles->rowCount() == m_messageCount)
             return;
         m_messageCount = m_bubbles->rowCount();
         m_list->scrollToEnd();
-    };
-    connect(m_bubbles, &QAbstractItemModel::rowsInserted, this, countChanged);
-    connect(m_bubbles, &QAbstractItemModel::rowsRemoved, this, countChanged);
+    });
     connect(m_view, &ChatView::statusChanged, m_status, &StatusAreaWidget::refresh);
     connect(m_status, &StatusAreaWidget::focusChainChanged, this, &ChatViewWidget::updateTabOrder);
     connect(m_view, &ChatView::errorChanged, this, &ChatViewWidget::showError);
