@@ -54,7 +54,12 @@ QCoro::Task<> WorkerStatusBanner::poll(int generation)
             co_return;
         setStatus(std::move(status));
         Q_EMIT polled();
-        co_await QCoro::sleepFor(m_interval);
+        if (m_wait) {
+            const Wait wait = m_wait; // the banner may go while it waits
+            co_await wait(m_interval);
+        } else {
+            co_await QCoro::sleepFor(m_interval);
+        }
     }
 }
 

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QPointer>
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <qcoro/qcorotask.h>
 
@@ -41,6 +42,9 @@ public:
     bool polling() const { return m_polling; }
     void setInterval(std::chrono::milliseconds interval) { m_interval = interval; }
     std::chrono::milliseconds interval() const { return m_interval; }
+    // How the loop waits out the interval: a timer unless a test gives a clock of its own.
+    using Wait = std::function<QCoro::Task<>(std::chrono::milliseconds)>;
+    void setWait(Wait wait) { m_wait = std::move(wait); }
 
 Q_SIGNALS:
     void statusChanged();
@@ -54,6 +58,7 @@ private:
     QPointer<API> m_api;
     std::optional<WorkerStatus> m_status;
     std::chrono::milliseconds m_interval{30'000};
+    Wait m_wait;
     bool m_polling = false;
     int m_generation = 0;
 };

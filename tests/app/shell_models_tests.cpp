@@ -2,6 +2,7 @@
 #include "app/main_view.h"
 #include "app/root_view.h"
 #include "app/worker_status_banner.h"
+#include "hand_clock.h"
 #include "recording_server.h"
 #include "service/api.h"
 #include "task_runner.h"
@@ -323,11 +324,12 @@ TEST_F(BannerTest, BannerDisappearsAtTheNextPollWhenTheServiceCannotBeReached)
 {
     status(R"({"online":true,"delayed":true})");
     WorkerStatusBanner banner(*api);
-    banner.setInterval(20ms);
-    QSignalSpy polled(&banner, &WorkerStatusBanner::polled);
+    const auto clock = std::make_shared<HandClock>();
+    banner.setWait(waitsOn(clock));
     banner.start();
-    ASSERT_TRUE(spinUntil([&] { return banner.shown(); }));
+    ASSERT_TRUE(spinUntil([&] { return banner.shown() && clock->waiting(); }));
     server.reset(); // the service goes away
+    clock->advance();
     ASSERT_TRUE(spinUntil([&] { return !banner.shown(); }));
     EXPECT_FALSE(banner.status().has_value());
     banner.stop();
@@ -337,18 +339,40 @@ TEST_F(BannerTest, BannerPollsAgainEveryIntervalWhileShownAndNotAfterStopping)
 {
     status(R"({"online":true,"delayed":false})");
     WorkerStatusBanner banner(*api);
-    banner.setInterval(20ms);
+    const auto clock = std::make_shared<HandClock>();
+    banner.setWait(waitsOn(clock));
     QSignalSpy polled(&banner, &WorkerStatusBanner::polled);
     banner.start();
     banner.start(); // one loop only
-    ASSERT_TRUE(spinUntil([&] { return polled.count() >= 3; }));
+    for (int round = 1; round <= 3; ++round) {
+        ASSERT_TRUE(spinUntil([&] { return polled.count() == round && clock->waiting(); }));
+        if (round < 3)
+            clock->advance();
+    }
+    EXPECT_EQ(clock->waits, (QList<std::chrono::milliseconds>{30'000ms, 30'000ms, 30'000ms}));
+    EXPECT_EQ(server->requestsTo(QStringLiteral("/api/worker-status")).size(), 3);
     banner.stop();
-    const qsizetype asked = server->requestsTo(QStringLiteral("/api/worker-status")).size();
-    const qsizetype seen = polled.count();
-    // Whatever was in flight when stopped is the last request, and its answer is dropped.
-    spinUntil([] { return false; }, 150ms);
-    EXPECT_LE(server->requestsTo(QStringLiteral("/api/worker-status")).size(), asked + 1);
-    EXPECT_EQ(polled.count(), seen);
+    clock->advance();
+    drainPostedEvents();
+    EXPECT_EQ(polled.count(), 3) << "a stopped banner asks no more";
+    EXPECT_EQ(clock->waits.size(), 3);
+}
+
+TEST_F(BannerTest, BannerHidesAtTheNextPollWhenOnlyDelayedTurnsFalse)
+{
+    status(R"({"online":true,"delayed":true})");
+    WorkerStatusBanner banner(*api);
+    const auto clock = std::make_shared<HandClock>();
+    banner.setWait(waitsOn(clock));
+    QSignalSpy changed(&banner, &WorkerStatusBanner::statusChanged);
+    banner.start();
+    ASSERT_TRUE(spinUntil([&] { return banner.shown() && clock->waiting(); }));
+    status(R"({"online":true,"delayed":false})"); // same machine, same reason: only delayed moves
+    clock->advance();
+    ASSERT_TRUE(spinUntil([&] { return clock->waits.size() == 2 && clock->waiting(); }));
+    EXPECT_FALSE(banner.shown());
+    EXPECT_EQ(changed.count(), 2) << "shown, then hidden";
+    banner.stop();
 }
 
 TEST(WorkerStatusDefaultTest, BannerPollsEveryThirtySecondsByDefaultAndOnlyOnceStarted)

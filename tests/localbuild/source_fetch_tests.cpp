@@ -361,6 +361,20 @@ TEST_F(SourceFetch, SymbolicLinkPointingOutsideIsRefused)
     EXPECT_TRUE(QFileInfo(localRoot() + QStringLiteral("/sentinel/keep")).isFile());
 }
 
+TEST_F(SourceFetch, SymbolicLinkWhoseTargetDoesNotExistIsRefused)
+{
+    // A dangling link is seen only by a scan that lists system entries as well as files and folders.
+    const auto outcome = fetch(serve(
+        project().symlink(QStringLiteral("Sources/App/Gone.swift"), QStringLiteral("Nowhere.swift")).zip()));
+    ASSERT_TRUE(outcome.error);
+    EXPECT_THROW(std::rethrow_exception(outcome.error), LocalBuild::Rejected);
+    EXPECT_EQ(outcome.errorText(),
+              QStringLiteral("Refused to build this source: the zip contains a symbolic link"));
+    EXPECT_TRUE(QFileInfo(jobFolder() + QStringLiteral("/Sources/App/Gone.swift")).isSymLink());
+    EXPECT_FALSE(QFileInfo::exists(jobFolder() + QStringLiteral("/Sources/App/Gone.swift")))
+        << "the link leads nowhere";
+}
+
 TEST_F(SourceFetch, WritingThroughALinkToTheParentIsRefused)
 {
     expectRefused(project()

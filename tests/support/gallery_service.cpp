@@ -72,14 +72,14 @@ ScriptedReply GalleryService::answer(const RecordedRequest& request) const
             list.append(galleryRecord(entry));
         ScriptedReply reply = ScriptedReply::json(
             200, QJsonDocument(QJsonObject{{QStringLiteral("apps"), list}}).toJson(QJsonDocument::Compact));
-        reply.delayMs = listDelayMs;
+        reply.held = listsHeld;
         return reply;
     }
     if (path == QLatin1String("/api/apps/favorites")) {
         ScriptedReply reply = ScriptedReply::json(
             200, QJsonDocument(QJsonObject{{QStringLiteral("slugs"), QJsonArray::fromStringList(favorites)}})
                      .toJson(QJsonDocument::Compact));
-        reply.delayMs = listDelayMs;
+        reply.held = listsHeld;
         return reply;
     }
     if (request.method == "PUT" && path.startsWith(QLatin1String("/api/apps/")) &&

@@ -42,7 +42,7 @@ public:
     ScriptedReply favoriteReply = ScriptedReply::json(200, "{}");
     ScriptedReply forkReply = ScriptedReply::json(200, R"({"projectId":"p-fork"})");
     ScriptedReply createReply = ScriptedReply::json(200, R"({"id":"p-new"})");
-    int listDelayMs = 0; // both lists answer after this long
+    bool listsHeld = false; // both lists answer only when the server releases its held replies
 
     int iconRequests() const;
     QList<RecordedRequest> favoriteRequests() const;

@@ -179,11 +179,23 @@ void RecordingServer::serve(QTcpSocket* socket)
         buffer.remove(0, headerEnd + 4 + length);
         m_requests.append(request);
         const ScriptedReply reply = answer(request);
+        if (reply.held) {
+            m_held.append(qMakePair(QPointer<QTcpSocket>(socket), reply));
+            return;
+        }
         if (reply.delayMs > 0) {
             QTimer::singleShot(reply.delayMs, socket, [this, socket, reply] { respond(socket, reply); });
             return;
         }
         respond(socket, reply);
+    }
+}
+
+void RecordingServer::releaseHeld()
+{
+    for (const auto& [socket, reply] : std::exchange(m_held, {})) {
+        if (socket)
+            respond(socket, reply);
     }
 }
 

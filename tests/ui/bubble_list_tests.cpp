@@ -126,10 +126,11 @@ protected:
         settle();
     }
 
-    // Lets queued layout work and painting happen.
+    // Lets queued layout work and painting happen, and what they queue in turn.
     static void settle()
     {
-        spinUntil([] { return false; }, std::chrono::milliseconds(30));
+        for (int round = 0; round < 3; ++round)
+            drainPostedEvents();
     }
 
     BubbleListView& list() { return *widget->list(); }

@@ -33,6 +33,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QFontMetricsF>
 #include <QJsonObject>
 #include <QPlainTextEdit>
 #include <QRegularExpression>
@@ -352,7 +353,12 @@ TEST_F(ChatViewWidgetTest, SourceThatNeverCompilesEndsWithTheErrorAndLogAndTryAg
     EXPECT_LE(log->height(), 160);
     EXPECT_TRUE(log->isReadOnly());
     EXPECT_TRUE(log->textInteractionFlags() & Qt::TextSelectableByMouse);
-    EXPECT_TRUE(QFontInfo(log->font()).fixedPitch()) << log->font().family().toStdString();
+    // Monospaced as a reader sees it: every character of the log takes one advance (Qt's own
+    // fixed-pitch flag is false for some monospaced fonts, Noto Sans Mono among them).
+    const QFontMetricsF metrics(log->font());
+    for (const QChar c : QStringLiteral("iWm.:_0|error"))
+        EXPECT_DOUBLE_EQ(metrics.horizontalAdvance(c), metrics.horizontalAdvance(QLatin1Char('M')))
+            << QString(c).toStdString() << " in " << QFontInfo(log->font()).family().toStdString();
     ASSERT_TRUE(waitFor(QStringLiteral("Try again")));
     EXPECT_TRUE(
         localTexts.contains(QStringLiteral("Compile errors found. Asking the cloud to fix them\u2026")))

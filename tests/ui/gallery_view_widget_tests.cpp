@@ -112,10 +112,12 @@ TEST_F(GalleryWidgetTest, HeaderHasItsTitleItsLineAndTheFavoritesToggle)
 
 TEST_F(GalleryWidgetTest, ShowsASpinnerUntilLoadedAndThenTheTiles)
 {
-    service.listDelayMs = 1000;
+    service.listsHeld = true;
     open(QSize(1000, 760), false);
+    ASSERT_TRUE(spinUntil([&] { return server.requests().size() >= 2; })) << "both lists asked for";
     EXPECT_TRUE(gallery->spinner()->isVisible());
     EXPECT_FALSE(gallery->grid()->isVisible());
+    server.releaseHeld();
     ASSERT_TRUE(spinUntil([&] { return gallery->model().loaded(); }));
     EXPECT_FALSE(gallery->spinner()->isVisible());
     EXPECT_TRUE(gallery->grid()->isVisible());
