@@ -121,11 +121,16 @@ def key(window_id, keys):
     subprocess.run(["xdotool", "key", "--window", str(window_id)] + keys.split(), check=True)
 
 
+def visible_windows(name):
+    """The ids of the mapped windows named `name`: none while the window is minimised."""
+    result = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^" + name + "$"],
+                            capture_output=True, text=True)
+    return result.stdout.split()
+
+
 def window_id(name, timeout=20.0):
     def probe():
-        result = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^" + name + "$"],
-                                capture_output=True, text=True)
-        ids = result.stdout.split()
+        ids = visible_windows(name)
         return ids[-1] if ids else None
 
     return wait_for("the window " + name, probe, timeout)

@@ -1,7 +1,7 @@
 """The window as a person uses it, through the accessibility tree, against the stand-in service.
 
 Run by CTest under Xvfb and a private session bus (run_window_tests.sh):
-    window_tests.py WINDOW DEVSERVER [unittest arguments]
+    window_tests.py WINDOW DEVSERVER TOOLS [unittest arguments]
 """
 
 import os
@@ -17,7 +17,7 @@ import pyatspi
 import atspi_driver as ui
 from stand_in_service import StandInService
 
-WINDOW = DEVSERVER = None
+WINDOW = DEVSERVER = TOOLS = None
 DEMO_EMAIL = "demo@brightloom.test"
 DEMO_PASSWORD = "brightloom-demo"
 
@@ -142,6 +142,62 @@ class WindowTest(unittest.TestCase):
         ui.press(ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Sign out"))
         ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Sign in")
 
+    def start_window_manager(self):
+        """A small window manager on the test's display, so that a window can be minimised."""
+        manager = subprocess.Popen(["openbox", "--sm-disable"], env=self.env, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL)
+        self.addCleanup(self._stop, manager)
+        # Asking for the desktops fails until a manager that names them runs.
+        ui.wait_for("the window manager", lambda: subprocess.run(
+            ["xdotool", "get_num_desktops"], capture_output=True).returncode == 0)
+
+    def built_apps(self):
+        folder = os.path.join(self.home, "Downloads", "Brightloom")
+        found = []
+        for job in os.listdir(folder) if os.path.isdir(folder) else []:
+            found += [os.path.join(folder, job, name) for name in os.listdir(os.path.join(folder, job))
+                      if name.endswith(".app")]
+        return found
+
+    def test_a_minimised_window_goes_on_building_on_this_mac(self):
+        self.env["BRIGHTLOOM_TOOLS_DIR"] = TOOLS
+        self.start_window_manager()
+        self.start_window()
+        app = self.window()
+        self.sign_in_with_password(app)
+        ui.choose(ui.find(app, pyatspi.ROLE_LIST_ITEM, name="New app"))
+        # "Compile on" is a group of radio buttons; choosing one through its action tells the screen.
+        this_mac = ui.find(app, pyatspi.ROLE_RADIO_BUTTON, name="This Mac")
+        ui.press(this_mac)
+        ui.find(app, pyatspi.ROLE_LABEL, starts_with="The cloud writes the code. Your Mac compiles")
+        self.assertTrue(this_mac.getState().contains(pyatspi.STATE_CHECKED))
+        request = ui.find(app, pyatspi.ROLE_TEXT, name="Describe the Mac app you want\u2026")
+        ui.type_into(request, "a pocket timer")
+        request.queryComponent().grabFocus()
+        window = ui.window_id("Brightloom")
+        ui.key(window, "Return")
+        ui.press(ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Compile on this Mac"))
+        ui.find(app, pyatspi.ROLE_LABEL, starts_with="Queued \u2014 waiting for the build machine\u2026")
+
+        subprocess.run(["xdotool", "windowminimize", "--sync", window], check=True)
+        self.assertFalse(ui.visible_windows("Brightloom"), "the window is minimised")
+        # The service writes the code while nobody looks; the minimised window follows and builds.
+        apps = []
+        for _ in range(12):
+            self.service.step()
+            try:
+                apps = ui.wait_for("an app built on this machine", self.built_apps, timeout=3)
+                break
+            except ui.Timeout:
+                continue
+        self.assertTrue(apps, "the app was built while the window was minimised")
+        self.assertFalse(ui.visible_windows("Brightloom"), "and it is still minimised")
+
+        subprocess.run(["xdotool", "windowactivate", "--sync", window], check=True)
+        saved = ui.find(app, pyatspi.ROLE_LABEL, starts_with="Compiled on this Mac. Saved to ", timeout=30)
+        self.assertEqual(saved.name, "Compiled on this Mac. Saved to " + os.path.dirname(apps[0]))
+        ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Show in Finder")
+
     def test_wrong_password_shows_the_services_message(self):
         self.start_window()
         app = self.window()
@@ -172,9 +228,9 @@ def setUpModule():
 
 
 def main():
-    global WINDOW, DEVSERVER
-    WINDOW, DEVSERVER = sys.argv[1], sys.argv[2]
-    unittest.main(argv=[sys.argv[0]] + sys.argv[3:], verbosity=2)
+    global WINDOW, DEVSERVER, TOOLS
+    WINDOW, DEVSERVER, TOOLS = sys.argv[1], sys.argv[2], sys.argv[3]
+    unittest.main(argv=[sys.argv[0]] + sys.argv[4:], verbosity=2)
 
 
 if __name__ == "__main__":
