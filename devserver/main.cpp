@@ -3,11 +3,11 @@
 // The first line on stdout is the base address and nothing else ever goes there, so scripts and
 // tests can start the server on port 0 and read where it ended up. Logs go to stderr.
 
+#include "app/quit_on_signals.h"
 #include "certificate.h"
 #include "dev_server.h"
 #include "options.h"
 #include "store.h"
-#include "termination_signals.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -102,7 +102,7 @@ int main(int argc, char** argv)
     } catch (const std::exception& error) {
         return fail(QString::fromUtf8(error.what()));
     }
-    quitOnTerminationSignals();
+    brightloom::quitOnTerminationSignals(app);
     QString error;
     const QUrl base = server->listen(&error);
     if (base.isEmpty())

@@ -3,11 +3,11 @@
 // window runs, it brings that window to the front.
 
 #include "app/process_end.h"
+#include "app/quit_on_signals.h"
 #include "app/version.h"
 #include "ui/app/brightloom_app.h"
 #include "ui/app/first_frame_exit.h"
 #include "ui/app/palette.h"
-#include "ui/desktop/quit_on_signals.h"
 #include "ui/desktop/single_instance.h"
 
 #include <QApplication>
@@ -26,7 +26,7 @@ int runWindow(int argc, char** argv)
     QApplication::setApplicationVersion(QStringLiteral(BRIGHTLOOM_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("app.brightloom.Brightloom"));
     // Before the socket is made, so that no signal can leave it behind.
-    brightloom::ui::quitOnTerminationSignals(app);
+    brightloom::quitOnTerminationSignals(app);
 
     QString callback;
     for (const QString& argument : app.arguments().mid(1)) {

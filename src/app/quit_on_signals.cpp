@@ -8,7 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-namespace brightloom::ui {
+namespace brightloom {
 
 namespace {
 
@@ -59,4 +59,4 @@ void quitOnTerminationSignals(QCoreApplication& app)
     ::sigaction(SIGINT, &action, nullptr);
 }
 
-} // namespace brightloom::ui
+} // namespace brightloom
