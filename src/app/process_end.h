@@ -11,4 +11,8 @@ namespace brightloom {
 // Call it only when everything the program owns is saved and destroyed: nothing after it runs.
 [[noreturn]] void endProcess(int status);
 
+// Adds `hook` to what endProcess runs first, in the order added: work that must not outlive the
+// program (the build tools still running) ends there. Holds a few hooks; safe from any thread.
+void atProcessEnd(void (*hook)());
+
 } // namespace brightloom

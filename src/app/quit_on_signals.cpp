@@ -15,10 +15,10 @@ namespace {
 int signalWriteEnd = -1;
 
 // Runs in the signal's context: only an async-signal-safe write.
-extern "C" void noteSignal(int)
+extern "C" void noteSignal(int signal)
 {
     const int saved = errno;
-    const char byte = 1;
+    const char byte = char(signal);
     [[maybe_unused]] const ssize_t written = ::write(signalWriteEnd, &byte, 1);
     errno = saved;
 }
@@ -31,7 +31,7 @@ bool closeOnExecAndNonBlocking(int fd)
 
 } // namespace
 
-void quitOnTerminationSignals(QCoreApplication& app)
+void quitOnTerminationSignals(QCoreApplication& app, SignalStatus status)
 {
     int ends[2];
     // A socket pair rather than pipe2, which the Mac lacks; both ends are marked by hand.
@@ -44,11 +44,12 @@ void quitOnTerminationSignals(QCoreApplication& app)
     }
     signalWriteEnd = ends[1];
     auto* notifier = new QSocketNotifier(ends[0], QSocketNotifier::Read, &app);
-    QObject::connect(notifier, &QSocketNotifier::activated, &app, [readEnd = ends[0], &app] {
+    QObject::connect(notifier, &QSocketNotifier::activated, &app, [readEnd = ends[0], &app, status] {
         char bytes[16];
-        while (::read(readEnd, bytes, sizeof bytes) > 0) {
-        }
-        app.quit();
+        int signal = 0;
+        for (ssize_t n; (n = ::read(readEnd, bytes, sizeof bytes)) > 0;)
+            signal = bytes[n - 1];
+        app.exit(status == SignalStatus::shellConvention && signal > 0 ? 128 + signal : 0);
     });
 
     struct sigaction action = {};

@@ -1,4 +1,5 @@
 #include "app/process_end.h"
+#include "app/quit_on_signals.h"
 #include "app/version.h"
 #include "arguments.h"
 #include "commands.h"
@@ -130,6 +131,8 @@ int main(int argc, char** argv)
     }
     QCoreApplication::setOrganizationName(QStringLiteral("Brightloom"));
     QCoreApplication::setApplicationName(QStringLiteral("Brightloom"));
+    // Ctrl+C and a session's end stop the command through endProcess, which ends the build tools.
+    brightloom::quitOnTerminationSignals(*app, brightloom::SignalStatus::shellConvention);
     QTimer::singleShot(0, app.get(), [words] { brightloom::cli::runCommand(words); });
     const int status = app->exec();
     app.reset(); // the command saved what it changed and destroyed what it made before the loop ended

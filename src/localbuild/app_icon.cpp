@@ -186,13 +186,13 @@ QCoro::Task<> makeIcns(QString png, QString into, QString scratch, Limits limits
         QStringList arguments;
         arguments << QStringLiteral("-z") << pixels << pixels << png << QStringLiteral("--out") << file;
         // A failed resize is not reported by itself: the packer then misses a picture and fails.
-        co_await run(toolPath(QStringLiteral("sips")), arguments, std::nullopt, limits.resize);
+        co_await run(toolPath(QStringLiteral("sips")), arguments, std::nullopt, limits.until(limits.resize));
     }
 
     QStringList arguments;
     arguments << QStringLiteral("-c") << QStringLiteral("icns") << set << QStringLiteral("-o") << into;
-    const Output packed =
-        co_await run(toolPath(QStringLiteral("iconutil")), arguments, std::nullopt, limits.packIcon);
+    const Output packed = co_await run(toolPath(QStringLiteral("iconutil")), arguments, std::nullopt,
+                                       limits.until(limits.packIcon));
     if (packed.code != 0)
         throw APIError(QStringLiteral("Could not make the app icon: ") +
                        text::lastCharacters(packed.text(), 200));

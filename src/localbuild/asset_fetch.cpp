@@ -172,7 +172,7 @@ QCoro::Task<> fetchAssets(QString project, OutputObserver log, Limits limits)
         try {
             for (const GitStep& step : gitSteps(set, workingCopy, limits)) {
                 const Output ran = co_await run(toolPath(QStringLiteral("git")), step.arguments, step.cwd,
-                                                step.timeout, gitEnvironment());
+                                                limits.until(step.timeout), gitEnvironment());
                 if (ran.code != 0)
                     throw APIError(QStringLiteral("Could not download assets from ") + set.repo +
                                    QStringLiteral(": ") + text::lastCharacters(ran.text(), 200));

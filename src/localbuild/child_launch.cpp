@@ -1,16 +1,21 @@
 #include "child_launch.h"
 
+#include "threads/system_roads.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <linux/close_range.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
+
+#if BRIGHTLOOM_LINUX_CALLS
+#include <linux/close_range.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#endif
 
 namespace brightloom::LocalBuild::detail {
 namespace {
@@ -42,10 +47,14 @@ bool placeAt(int from, int to)
 }
 
 // Everything from 3 up closes at exec: the client's sockets, cookie file and pipes of other runs.
+// They are marked rather than closed, so that a failed exec can still be told apart from a start.
 void closeOthersAtExec()
 {
+#if BRIGHTLOOM_LINUX_CALLS
     if (::syscall(SYS_close_range, 3U, ~0U, CLOSE_RANGE_CLOEXEC) == 0)
         return;
+#endif
+    // One by one up to the limit of open descriptors (the Mac's default limit is 256).
     struct rlimit limit;
     const long highest = ::getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY
                              ? long(limit.rlim_cur)
@@ -74,9 +83,15 @@ void closeOthersAtExec()
             ::sigaction(sig, &plain, nullptr);
         }
     }
+    // A group of its own, which the runner ends with everything the tool started in it.
+    ::setpgid(0, 0);
+#if BRIGHTLOOM_LINUX_CALLS
+    // And SIGTERM when the client dies, however it dies. Elsewhere the client ends the groups of the
+    // tools still running when it ends; a client killed outright leaves them.
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (::getppid() != p.parent)
         ::_exit(127); // the client died before the request took hold
+#endif
     if (!placeAt(p.input, 0) || !placeAt(p.output, 1) || !placeAt(p.output, 2)) {
         report->error = errno;
         ::_exit(127);
@@ -103,7 +118,16 @@ pid_t startChild(const Prepared& prepared, ChildReport* report)
     sigset_t previous;
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_SETMASK, &all, &previous);
+#if defined(__APPLE__)
+    // Deprecated on the Mac in favour of posix_spawn, which cannot report a failed working
+    // directory apart from a failed exec; vfork still works there as everywhere.
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wdeprecated-declarations"
+#endif
     const pid_t pid = ::vfork();
+#if defined(__APPLE__)
+#pragma clang diagnostic pop
+#endif
     if (pid == 0)
         becomeChild(prepared, report);
     const int forkError = errno;

@@ -27,8 +27,9 @@ struct Launched
     QString failure; // why it could not start, when pid <= 0
 };
 
-// Starts the child. The child asks to be sent SIGTERM when the calling thread ends (with it the
-// whole client), so call this from a thread that lives until the child has been waited for.
+// Starts the child, as the leader of a process group of its own (its id is the child's). On Linux
+// the child also asks to be sent SIGTERM when the calling thread ends (with it the whole client),
+// so call this from a thread that lives until the child has been waited for.
 Launched launch(const LaunchRequest& request);
 
 } // namespace brightloom::LocalBuild::detail

@@ -22,7 +22,7 @@ QCoro::Task<std::optional<QString>> toolchainVersion(Limits limits)
 {
     const Output answer =
         co_await run(toolPath(QStringLiteral("xcrun")), swiftArguments("--version", nullptr), std::nullopt,
-                     limits.toolchainCheck);
+                     limits.until(limits.toolchainCheck));
     if (answer.code != 0)
         co_return std::nullopt;
     const QStringList lines = answer.text().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
@@ -35,8 +35,8 @@ QCoro::Task<std::optional<QByteArray>> compile(QString dir, OutputObserver log, 
 {
     QStringList arguments = swiftArguments("build", "-c");
     arguments << QStringLiteral("release");
-    Output built = co_await run(toolPath(QStringLiteral("xcrun")), arguments, dir, limits.compile,
-                                QMap<QString, QString>(), std::move(log));
+    Output built = co_await run(toolPath(QStringLiteral("xcrun")), arguments, dir,
+                                limits.until(limits.compile), QMap<QString, QString>(), std::move(log));
     if (built.code == 0) {
         // A build may have written a hundred megabytes that nobody reads now.
         releaseInBackground(std::move(built.output));

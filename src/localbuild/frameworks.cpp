@@ -67,7 +67,7 @@ QCoro::Task<> embedFrameworks(QString dir, QString app, Limits limits)
         const QFileInfo info(framework);
         const QString binary = framework + QLatin1Char('/') + info.completeBaseName();
         const Output checked = co_await run(toolPath(QStringLiteral("file")), fileCheckArguments(binary),
-                                            std::nullopt, limits.fileCheck);
+                                            std::nullopt, limits.until(limits.fileCheck));
         // Static frameworks, missing binaries and failed checks all fall out here.
         if (checked.text().contains(QLatin1String("shared library"), Qt::CaseInsensitive))
             kept.append(framework);
@@ -88,7 +88,7 @@ QCoro::Task<> embedFrameworks(QString dir, QString app, Limits limits)
     // Already having the run-path is no failure.
     co_await run(toolPath(QStringLiteral("install_name_tool")),
                  runPathArguments(app + QStringLiteral("/Contents/MacOS/App")), std::nullopt,
-                 limits.addRunPath);
+                 limits.until(limits.addRunPath));
 }
 
 } // namespace brightloom::LocalBuild

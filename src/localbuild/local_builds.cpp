@@ -62,13 +62,33 @@ std::optional<QVariantMap> rememberedApps(QSettings& settings)
 
 } // namespace
 
-LocalBuilds::LocalBuilds(QObject* parent) : LocalBuilds(LocalPipeline::standard(), parent) {}
+namespace {
+
+LocalBuild::Limits endedBy(std::shared_ptr<LocalBuild::Cancellation> cancellation)
+{
+    LocalBuild::Limits limits;
+    limits.cancellation = std::move(cancellation);
+    return limits;
+}
+
+} // namespace
+
+LocalBuilds::LocalBuilds(QObject* parent) : LocalBuilds(LocalPipeline(), parent)
+{
+    m_cancellation = std::make_shared<LocalBuild::Cancellation>();
+    m_pipeline = LocalPipeline::standard(endedBy(m_cancellation));
+}
 
 LocalBuilds::LocalBuilds(LocalPipeline pipeline, QObject* parent)
     : QObject(parent), m_pipeline(std::move(pipeline))
 {}
 
-LocalBuilds::~LocalBuilds() = default;
+LocalBuilds::~LocalBuilds()
+{
+    // A build still running would otherwise go on compiling for nobody.
+    if (m_cancellation)
+        m_cancellation->cancel();
+}
 
 std::optional<LocalState> LocalBuilds::state(const QString& job) const
 {

@@ -35,6 +35,7 @@ public:
     // Fix requests a chain of jobs may make before the build gives up.
     static constexpr int fixLimit = 3;
 
+    // The local build's own steps; the tools still running when the controller goes are ended.
     explicit LocalBuilds(QObject* parent = nullptr);
     explicit LocalBuilds(LocalPipeline pipeline, QObject* parent = nullptr);
     ~LocalBuilds() override;
@@ -83,6 +84,7 @@ private:
     void set(const QString& job, const std::function<void(LocalState&)>& change);
 
     LocalPipeline m_pipeline;
+    std::shared_ptr<LocalBuild::Cancellation> m_cancellation; // of the tools the standard steps run
     QHash<QString, LocalState> m_states;
     QSet<QString> m_running;
     std::optional<QString> m_toolchain;

@@ -180,8 +180,8 @@ QCoro::Task<QString> package(QString dir, QString job, std::optional<QString> ve
     const QString slug = bundleSlug(name);
 
     // The build tool names the product folder on its last line; its status says nothing useful here.
-    const Output binPath =
-        co_await run(toolPath(QStringLiteral("xcrun")), binPathArguments(), dir, limits.findProduct);
+    const Output binPath = co_await run(toolPath(QStringLiteral("xcrun")), binPathArguments(), dir,
+                                        limits.until(limits.findProduct));
     const QStringList lines = binPath.text().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     const QString productFolder = lines.isEmpty() ? QString() : trimSpacesAndTabs(lines.last());
     if (productFolder.isEmpty())
@@ -209,8 +209,8 @@ QCoro::Task<QString> package(QString dir, QString job, std::optional<QString> ve
     }
     co_await makeIcns(icon, app + QStringLiteral("/Contents/Resources/AppIcon.icns"), stage, limits);
 
-    const Output signature =
-        co_await run(toolPath(QStringLiteral("codesign")), signArguments(app), std::nullopt, limits.sign);
+    const Output signature = co_await run(toolPath(QStringLiteral("codesign")), signArguments(app),
+                                          std::nullopt, limits.until(limits.sign));
     if (signature.code != 0)
         throw APIError(QStringLiteral("Signing failed: ") + text::lastCharacters(signature.text(), 300));
 

@@ -1,11 +1,15 @@
 #include "process_runner.h"
 
+#include "app/process_end.h"
 #include "child_launch.h"
 #include "text/lossy_utf8.h"
 #include "threads/background_priority.h"
+#include "threads/system_roads.h"
 
 #include <QDir>
 #include <QFile>
+#include <QMutex>
+#include <QSet>
 #include <QStringDecoder>
 #include <QThreadPool>
 #include <QtConcurrent/QtConcurrentRun>
@@ -17,11 +21,14 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <mutex>
 #include <poll.h>
 #include <qcoro/qcorofuture.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#if BRIGHTLOOM_LINUX_CALLS
+#include <sys/syscall.h>
+#endif
 
 extern char** environ;
 
@@ -200,15 +207,70 @@ void observe(const OutputObserver& onOutput, QByteArrayView chunk)
         onOutput(text);
 }
 
+// A descriptor that turns readable when the child exits, where the kernel has them; elsewhere the
+// run asks waitpid now and then.
 int openPidfd(pid_t pid)
 {
-#ifdef SYS_pidfd_open
+#if BRIGHTLOOM_LINUX_CALLS && defined(SYS_pidfd_open)
     return int(::syscall(SYS_pidfd_open, pid, 0));
 #else
     Q_UNUSED(pid);
     return -1;
 #endif
 }
+
+// One pipe whose ends close at exec.
+bool makePipe(int fds[2])
+{
+#if BRIGHTLOOM_LINUX_CALLS
+    return ::pipe2(fds, O_CLOEXEC) == 0;
+#else
+    // No other thread's child can inherit the ends in between: every child marks all its
+    // descriptors from 3 up close-on-exec before exec.
+    if (::pipe(fds) != 0)
+        return false;
+    ::fcntl(fds[0], F_SETFD, FD_CLOEXEC);
+    ::fcntl(fds[1], F_SETFD, FD_CLOEXEC);
+    return true;
+#endif
+}
+
+// The process groups of the tools running now, so that the client's end can end them: elsewhere
+// than on Linux nothing else would (there a tool's child asks for SIGTERM when the client dies).
+class LiveGroups
+{
+public:
+    static LiveGroups& instance()
+    {
+        static LiveGroups* groups = new LiveGroups; // never destroyed: it may be used at the very end
+        return *groups;
+    }
+
+    void add(pid_t group)
+    {
+        static std::once_flag hooked;
+        std::call_once(hooked, [] { atProcessEnd(&LiveGroups::endAll); });
+        QMutexLocker locked(&m_lock);
+        m_groups.insert(group);
+    }
+    void remove(pid_t group)
+    {
+        QMutexLocker locked(&m_lock);
+        m_groups.remove(group);
+    }
+
+private:
+    static void endAll()
+    {
+        LiveGroups& groups = instance();
+        QMutexLocker locked(&groups.m_lock);
+        for (const pid_t group : std::as_const(groups.m_groups))
+            ::kill(-group, SIGTERM);
+    }
+
+    QMutex m_lock;
+    QSet<pid_t> m_groups;
+};
 
 struct Job
 {
@@ -217,53 +279,58 @@ struct Job
     QList<QByteArray> environment;
     std::optional<QByteArray> cwd;
     double timeout = 0;
+    std::shared_ptr<const Cancellation> cancellation;
     OutputObserver onOutput;
 };
 
-// The child as this run sees it: exit noticed through a pidfd where the kernel has them, else by
-// asking waitpid now and then.
+// The child as this run sees it, with the process group it leads: exit noticed through a pidfd
+// where the kernel has them, else by asking now and then. The child is reaped only at the end,
+// after its group was ended: until then its id cannot name another process or group.
 class Child
 {
 public:
-    explicit Child(pid_t pid) : m_pid(pid), m_pidfd(openPidfd(pid)) {}
+    explicit Child(pid_t pid) : m_pid(pid), m_pidfd(openPidfd(pid)) { LiveGroups::instance().add(pid); }
+    ~Child() { LiveGroups::instance().remove(m_pid); }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
 
-    // Whether it has ended; collects its status when it has.
+    // Whether it has exited, without reaping it.
     bool ended()
     {
-        if (m_status)
+        if (m_ended)
             return true;
-        int status = 0;
-        const pid_t r = ::waitpid(m_pid, &status, WNOHANG);
-        if (r == m_pid)
-            m_status = status;
-        else if (r < 0 && errno != EINTR)
-            m_status = 0; // not ours to wait for any more
-        return m_status.has_value();
+        siginfo_t info;
+        info.si_pid = 0;
+        const int r = ::waitid(P_PID, id_t(m_pid), &info, WEXITED | WNOHANG | WNOWAIT);
+        m_ended = (r == 0 && info.si_pid == m_pid) || (r < 0 && errno != EINTR);
+        return m_ended;
     }
 
     int waitFd() const { return m_pidfd.get(); }
 
-    void terminate() { ::kill(m_pid, SIGTERM); }
+    // Asks the tool and everything it started in its group to terminate.
+    void terminate() { ::kill(-m_pid, SIGTERM); }
 
-    qint32 code()
+    // Ends what is left of the group, then waits for the child: its status.
+    qint32 finish()
     {
-        while (!m_status) {
-            int status = 0;
-            const pid_t r = ::waitpid(m_pid, &status, 0);
-            if (r == m_pid)
-                m_status = status;
-            else if (r < 0 && errno != EINTR)
-                m_status = 0;
-        }
-        if (WIFSIGNALED(*m_status))
-            return WTERMSIG(*m_status);
-        return WEXITSTATUS(*m_status);
+        terminate();
+        int status = 0;
+        pid_t r;
+        do {
+            r = ::waitpid(m_pid, &status, 0);
+        } while (r < 0 && errno == EINTR);
+        if (r != m_pid)
+            status = 0; // not ours to wait for any more
+        if (WIFSIGNALED(status))
+            return WTERMSIG(status);
+        return WEXITSTATUS(status);
     }
 
 private:
     pid_t m_pid;
     Descriptor m_pidfd;
-    std::optional<int> m_status;
+    bool m_ended = false;
 };
 
 Output failedToStart(const QByteArray& executable, const QString& why)
@@ -281,16 +348,20 @@ QString systemError(int error)
 // Everything from start to drained, on a thread of the runner's pool.
 Output runBlocking(const Job& job)
 {
+    if (job.cancellation && job.cancellation->cancelled())
+        return failedToStart(job.executable, QStringLiteral("the build was cancelled"));
     int fds[2];
-    if (::pipe2(fds, O_CLOEXEC) != 0)
+    if (!makePipe(fds))
         return failedToStart(job.executable, systemError(errno));
     Descriptor reader(aboveStandard(fds[0]));
     Descriptor writer(aboveStandard(fds[1]));
     Descriptor null(aboveStandard(::open("/dev/null", O_RDONLY | O_CLOEXEC)));
     if (reader.get() < 0 || writer.get() < 0 || null.get() < 0)
         return failedToStart(job.executable, systemError(errno));
+#if BRIGHTLOOM_LINUX_CALLS && defined(F_SETPIPE_SZ)
     // A larger pipe means fewer wake-ups for a talkative child; the default still works.
     ::fcntl(writer.get(), F_SETPIPE_SZ, int(chunkSize));
+#endif
     ::fcntl(reader.get(), F_SETFL, ::fcntl(reader.get(), F_GETFL) | O_NONBLOCK);
 
     detail::LaunchRequest request{job.executable, job.arguments, job.environment,
@@ -312,6 +383,8 @@ Output runBlocking(const Job& job)
     bool signalled = false;
     bool pipeOpen = true;
     bool exited = false;
+    const Cancellation* cancellation = job.cancellation.get();
+    bool cancelSeen = false;
     StreamText text;
 
     // The pipe is read to its end, also after the child has exited: a process it left behind may
@@ -338,6 +411,17 @@ Output runBlocking(const Job& job)
             exited = true;
             continue; // the pipe may hold its last output
         }
+        if (cancellation && !cancelSeen && cancellation->cancelled()) {
+            // As at the time limit: the group is asked once, and the run ends with what came.
+            cancelSeen = true;
+            if (!signalled) {
+                child.terminate();
+                signalled = true;
+            }
+            if (exited)
+                break;
+            continue;
+        }
 
         int waitMs = -1;
         const auto now = Clock::now();
@@ -354,16 +438,18 @@ Output runBlocking(const Job& job)
         }
         if (!exited && child.waitFd() < 0)
             waitMs = waitMs < 0 ? 50 : std::min(waitMs, 50);
-        pollfd watched[2];
+        pollfd watched[3];
         nfds_t count = 0;
         if (pipeOpen)
             watched[count++] = pollfd{reader.get(), POLLIN, 0};
         if (!exited && child.waitFd() >= 0)
             watched[count++] = pollfd{child.waitFd(), POLLIN, 0};
+        if (cancellation && !cancelSeen)
+            watched[count++] = pollfd{cancellation->readyDescriptor(), POLLIN, 0};
         ::poll(watched, count, waitMs);
     }
     Output result;
-    result.code = child.code();
+    result.code = child.finish();
     result.output = text.finish();
     return result;
 }
@@ -390,6 +476,29 @@ QByteArray absoluteExecutable(const QString& executable)
 
 } // namespace
 
+Cancellation::Cancellation()
+{
+    if (makePipe(m_fds))
+        ::fcntl(m_fds[1], F_SETFL, ::fcntl(m_fds[1], F_GETFL) | O_NONBLOCK);
+}
+
+Cancellation::~Cancellation()
+{
+    for (const int fd : m_fds) {
+        if (fd >= 0)
+            ::close(fd);
+    }
+}
+
+void Cancellation::cancel()
+{
+    if (m_cancelled.exchange(true))
+        return;
+    // The byte stays unread: the descriptor stays readable for every run waiting on it.
+    const char byte = 1;
+    [[maybe_unused]] const ssize_t written = ::write(m_fds[1], &byte, 1);
+}
+
 const QRegularExpression& keepEnv()
 {
     static const QRegularExpression pattern(
@@ -398,7 +507,7 @@ const QRegularExpression& keepEnv()
     return pattern;
 }
 
-QCoro::Task<Output> run(QString executable, QStringList arguments, std::optional<QString> cwd, double timeout,
+QCoro::Task<Output> run(QString executable, QStringList arguments, std::optional<QString> cwd, RunEnd end,
                         QMap<QString, QString> env, OutputObserver onOutput)
 {
     Job job;
@@ -408,7 +517,8 @@ QCoro::Task<Output> run(QString executable, QStringList arguments, std::optional
     job.environment = childEnvironment(env);
     if (cwd)
         job.cwd = QFile::encodeName(*cwd);
-    job.timeout = timeout;
+    job.timeout = end.timeout;
+    job.cancellation = std::move(end.cancellation);
     job.onOutput = std::move(onOutput);
     const std::shared_ptr<Output> ran = co_await startRun(std::move(job));
     co_return std::move(*ran);

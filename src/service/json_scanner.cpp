@@ -1,7 +1,12 @@
 #include "json_scanner.h"
 
-#include <charconv>
-#include <cmath>
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#if defined(__APPLE__)
+#include <xlocale.h>
+#endif
 
 namespace brightloom::json {
 namespace {
@@ -91,54 +96,23 @@ QString JsonString::toQString() const
 
 double numberValue(std::string_view token)
 {
-    double value = 0;
-    const auto [end, error] = std::from_chars(token.data(), token.data() + token.size(), value);
-    if (error != std::errc::result_out_of_range)
-        return value;
-    // Out of range either way: too large is infinite, too small rounds to zero, as strtod gives them.
-    // The magnitude is that of the first significant digit, plus the exponent.
-    long long magnitude = 0;
-    bool seenPoint = false;
-    bool found = false;
-    long long integerDigits = 0;
-    long long leadingFractionZeros = 0;
-    std::size_t i = token[0] == '-' ? 1 : 0;
-    for (; i < token.size() && token[i] != 'e' && token[i] != 'E'; ++i) {
-        const char c = token[i];
-        if (c == '.') {
-            seenPoint = true;
-            continue;
-        }
-        if (!seenPoint) {
-            if (found || c != '0') {
-                found = true;
-                ++integerDigits;
-            }
-        } else if (!found) {
-            if (c == '0')
-                ++leadingFractionZeros;
-            else
-                found = true;
-        }
+    // strtod in the C locale rather than std::from_chars, which Apple's standard library lacks for
+    // double: both round correctly, so they give the same values. The token is JSON's number
+    // grammar already; only its decimal point depends on a locale, and the application sets the
+    // user's. Past either end of a double it gives what the scanner wants: infinity beyond the
+    // largest, a signed zero below the smallest.
+    static const locale_t c = ::newlocale(LC_ALL_MASK, "C", locale_t(nullptr));
+    char small[64];
+    std::string large;
+    const char* text = small;
+    if (token.size() < sizeof small) {
+        std::memcpy(small, token.data(), token.size());
+        small[token.size()] = '\0';
+    } else {
+        large.assign(token);
+        text = large.c_str();
     }
-    magnitude = integerDigits > 0 ? integerDigits - 1 : -(leadingFractionZeros + 1);
-    long long exponent = 0;
-    if (i < token.size()) {
-        ++i;
-        const bool negativeExponent = token[i] == '-';
-        if (token[i] == '+' || token[i] == '-')
-            ++i;
-        for (; i < token.size(); ++i) {
-            exponent = exponent * 10 + (token[i] - '0');
-            if (exponent > 1'000'000'000LL)
-                break; // far beyond either end of a double already
-        }
-        if (negativeExponent)
-            exponent = -exponent;
-    }
-    const bool tooLarge = magnitude + exponent > 0;
-    const double sign = token[0] == '-' ? -1.0 : 1.0;
-    return tooLarge ? sign * HUGE_VAL : sign * 0.0;
+    return ::strtod_l(text, nullptr, c);
 }
 
 } // namespace brightloom::json

@@ -1,9 +1,11 @@
 #include "background_priority.h"
 
+#include "threads/system_roads.h"
+
 #include <QCoreApplication>
 #include <QThread>
 
-#if defined(Q_OS_LINUX)
+#if BRIGHTLOOM_LINUX_CALLS
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -12,12 +14,6 @@
 #endif
 
 namespace brightloom {
-
-namespace {
-// Five steps of niceness give the main thread about three times a worker's share of a busy
-// processor, and leave background work well ahead of other programs' idle-priority tasks.
-constexpr int workerNiceness = 5;
-} // namespace
 
 void yieldToMainThread()
 {
@@ -28,14 +24,18 @@ void yieldToMainThread()
     // The main thread itself never lowers itself, whoever calls this from it.
     if (QCoreApplication::instance() && QThread::currentThread() == QCoreApplication::instance()->thread())
         return;
-#if defined(Q_OS_LINUX)
-    // Niceness is a thread's own on Linux: this leaves the rest of the process as it is.
+#if BRIGHTLOOM_LINUX_CALLS
+    // Niceness is a thread's own on Linux: this leaves the rest of the process as it is. Five steps
+    // give the main thread about three times a worker's share of a busy processor, and leave
+    // background work well ahead of other programs' idle-priority tasks.
+    constexpr int workerNiceness = 5;
     const auto thread = static_cast<id_t>(::syscall(SYS_gettid));
     const int current = ::getpriority(PRIO_PROCESS, thread);
     ::setpriority(PRIO_PROCESS, thread, current + workerNiceness);
 #elif defined(Q_OS_MACOS)
     pthread_set_qos_class_self_np(QOS_CLASS_UTILITY, 0);
 #endif
+    // Elsewhere POSIX has no priority of a thread's own: the thread keeps the process's.
 }
 
 } // namespace brightloom

@@ -1,9 +1,14 @@
 #include "child_process.h"
 #include "pipeline_fixture.h"
 #include "recording_server.h"
+#include "stand_in_tools.h"
+#include "task_runner.h"
 #include "zip_maker.h"
 
 #include <QFileInfo>
+#include <QProcess>
+#include <cerrno>
+#include <csignal>
 #include <gtest/gtest.h>
 
 using namespace brightloom::test;
@@ -119,3 +124,35 @@ TEST_F(BuildCommand, WithoutAToolchainTheVettedSourceFolderIsPrinted)
 }
 
 } // namespace
+
+TEST_F(BuildCommand, ClientThatIsStoppedEndsItsToolsAndWhatTheyStarted)
+{
+    // The compiler starts a helper and hangs; the user stops the command with Ctrl+C, or the session
+    // ends it. Whatever the system, the command ends the compiler's whole group as it goes.
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const QString helper = m_home.path() + QStringLiteral("/helper-%1.pid").arg(signal);
+        const QString tools = toolsWithReleaseBuildPrelude(
+            QStringLiteral(BRIGHTLOOM_STANDIN_TOOLS_DIR),
+            m_home.path() + QStringLiteral("/tools-%1").arg(signal),
+            "sleep 600 &\necho $! > '" + helper.toUtf8() + "'\necho compiling\nsleep 600\n");
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("BRIGHTLOOM_TOOLS_DIR"), tools);
+        QProcess cli;
+        cli.setProcessEnvironment(environment);
+        cli.start(QStringLiteral(BRIGHTLOOM_CLI_PATH),
+                  {QStringLiteral("build-source"), serve(source().zip()), QStringLiteral("--job"),
+                   QStringLiteral("job-%1").arg(signal)});
+        ASSERT_TRUE(spinUntil([&] { return QFileInfo(helper).size() > 0; }, std::chrono::seconds(30)));
+        QFile file(helper);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        const pid_t left = pid_t(file.readAll().trimmed().toInt());
+        ASSERT_GT(left, 0);
+        ASSERT_EQ(::kill(pid_t(cli.processId()), signal), 0);
+        ASSERT_TRUE(spinUntil([&] { return cli.state() == QProcess::NotRunning; }, std::chrono::seconds(30)));
+        EXPECT_EQ(cli.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(cli.exitCode(), 128 + signal) << "as shells expect of a program a signal stopped";
+        EXPECT_TRUE(
+            spinUntil([&] { return ::kill(left, 0) != 0 && errno == ESRCH; }, std::chrono::seconds(10)))
+            << "the compiler's helper ended with the command";
+    }
+}

@@ -16,6 +16,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSignalSpy>
+#include <cerrno>
+#include <csignal>
 #include <gtest/gtest.h>
 
 using namespace brightloom;
@@ -392,4 +394,26 @@ TEST_F(LocalBuildsTest, OutputArrivingAfterTheControllerIsGoneIsDropped)
     EXPECT_FALSE(*packaged);
     EXPECT_TRUE(QDir(home.downloadsFolder()).isEmpty() || !QFileInfo::exists(home.downloadsFolder()));
     EXPECT_FALSE(userDefaults()->value(LocalBuilds::savedKey).toMap().contains(job.id));
+}
+
+TEST_F(LocalBuildsTest, ControllerThatGoesEndsTheToolsOfItsBuildsAndWhatTheyStarted)
+{
+    // The window closes while a build compiles: nobody is left to use what it would make.
+    const QString helper = home.path() + QStringLiteral("/helper.pid");
+    const QString tools = toolsWithReleaseBuildPrelude(
+        QStringLiteral(BRIGHTLOOM_STANDIN_TOOLS_DIR), home.path() + QStringLiteral("/tools"),
+        "sleep 600 &\necho $! > '" + helper.toUtf8() + "'\necho compiling\nsleep 600\n");
+    home.setEnv("BRIGHTLOOM_TOOLS_DIR", tools.toUtf8());
+    const QString url = serve(QStringLiteral("hangs.zip"), sourceZip(goodSwift));
+    auto local = std::make_unique<LocalBuilds>();
+    const Job job = sourceJob(QStringLiteral("j-closed"), url);
+    local->handle(QStringLiteral("p1"), job, 0, *m_api);
+    ASSERT_TRUE(spinUntil([&] { return QFileInfo(helper).size() > 0; }, std::chrono::seconds(30)));
+    QFile file(helper);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const pid_t left = pid_t(file.readAll().trimmed().toInt());
+    ASSERT_GT(left, 0);
+    local.reset();
+    EXPECT_TRUE(spinUntil([&] { return ::kill(left, 0) != 0 && errno == ESRCH; }, std::chrono::seconds(10)))
+        << "the compiler's group ended with the controller";
 }

@@ -1,7 +1,9 @@
 #include "json_event_log.h"
 #include "service/json_scanner.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
+#include <limits>
 #include <random>
 #include <string>
 #include <vector>
@@ -293,6 +295,26 @@ TEST(JsonScanner, NumberBeyondTheRangeOfADoubleIsRefusedAndOneBelowItIsZero)
     EXPECT_EQ(ScannerLog::of("[1e-400]"), "[\nnumber 1e-400\n]\n");
     EXPECT_EQ(json::numberValue("1e-400"), 0.0);
     EXPECT_EQ(json::numberValue("0.00001e309"), 1e304);
+}
+
+TEST(JsonScanner, NumbersAreReadToTheNearestDoubleAtTheEdgesOfItsRange)
+{
+    EXPECT_EQ(json::numberValue("1e308"), 1e308);
+    EXPECT_EQ(json::numberValue("1.7976931348623157e308"), std::numeric_limits<double>::max());
+    EXPECT_EQ(json::numberValue("5e-324"), std::numeric_limits<double>::denorm_min());
+    EXPECT_EQ(json::numberValue("2.2250738585072014e-308"), std::numeric_limits<double>::min());
+    EXPECT_EQ(json::numberValue("0.1"), 0.1);
+    EXPECT_EQ(json::numberValue("1.2345678901234567"), 1.2345678901234567) << "17 significant digits";
+    EXPECT_EQ(json::numberValue("9007199254740993"), 9007199254740992.0) << "halfway rounds to even";
+    EXPECT_EQ(json::numberValue("0.30000000000000004"), 0.1 + 0.2);
+    const double negativeZero = json::numberValue("-0.0");
+    EXPECT_EQ(negativeZero, 0.0);
+    EXPECT_TRUE(std::signbit(negativeZero));
+    EXPECT_TRUE(std::signbit(json::numberValue("-1e-400"))) << "a signed zero below the smallest";
+    EXPECT_TRUE(std::isinf(json::numberValue("-1e400")));
+    EXPECT_LT(json::numberValue("-1e400"), 0);
+    const std::string longToken = "1." + std::string(300, '0') + "1";
+    EXPECT_EQ(json::numberValue(longToken), 1.0) << "a token longer than the short buffer";
 }
 
 TEST(JsonScanner, NestingAHundredThousandLevelsIsReadWithoutRecursion)
