@@ -42,8 +42,10 @@ const char* const flood = BRIGHTLOOM_BENCH_FLOOD;
 std::size_t bareLoop(long long bytes)
 {
     int fds[2];
-    if (::pipe2(fds, O_CLOEXEC) != 0)
+    if (::pipe(fds) != 0)
         std::abort();
+    ::fcntl(fds[0], F_SETFD, FD_CLOEXEC);
+    ::fcntl(fds[1], F_SETFD, FD_CLOEXEC);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, fds[1], 1);

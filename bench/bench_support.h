@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <sys/resource.h>
 #include <optional>
 #include <qcoro/qcorotask.h>
 #include <string>
@@ -34,6 +35,7 @@ inline Spread spread(std::vector<double> values)
     return {mid, values.front(), values.back()};
 }
 
+#if defined(__linux__)
 // Reads one "Vm…" line of /proc/self/status, in bytes.
 inline long long statusBytes(const char* field)
 {
@@ -59,6 +61,20 @@ inline long long peakSince(long long start)
 {
     return statusBytes("VmHWM") - start;
 }
+#else
+// Elsewhere the high-water mark cannot be reset: the peak counts from the process's start, so a
+// figure is only as good as the first one measured in a run. Bytes on a Mac.
+inline long long startPeak()
+{
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return static_cast<long long>(usage.ru_maxrss);
+}
+inline long long peakSince(long long start)
+{
+    return startPeak() - start;
+}
+#endif
 
 inline double seconds(std::chrono::steady_clock::duration d)
 {

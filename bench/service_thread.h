@@ -10,7 +10,9 @@
 #include <QUrl>
 #include <functional>
 #include <sys/resource.h>
+#if defined(__linux__)
 #include <sys/syscall.h>
+#endif
 #include <unistd.h>
 
 namespace brightloom::bench {
@@ -35,8 +37,11 @@ public:
         QMetaObject::invokeMethod(
             &m_context,
             [this, setUp, options] {
+#if defined(__linux__)
+                // Only Linux gives a thread a priority of its own; elsewhere the service competes.
                 if (options.lowestPriority)
                     ::setpriority(PRIO_PROCESS, id_t(::syscall(SYS_gettid)), 19);
+#endif
                 m_server = options.https
                                ? new test::RecordingServer(test::TestCertificate::shared().certificate,
                                                            test::TestCertificate::shared().key)

@@ -14,7 +14,7 @@ using Method = DevServer::Method;
 
 constexpr qsizetype minimumPasswordLength = 8;
 
-QHttpServerResponse signUp(DevServer& server, const Request& request)
+HttpResponse signUp(DevServer& server, const Request& request)
 {
     const QJsonObject body = jsonObjectBody(request.http);
     const QString name = stringField(body, QStringLiteral("name"));
@@ -30,7 +30,7 @@ QHttpServerResponse signUp(DevServer& server, const Request& request)
     return signedInResponse(server, *user);
 }
 
-QHttpServerResponse signIn(DevServer& server, const Request& request)
+HttpResponse signIn(DevServer& server, const Request& request)
 {
     const QJsonObject body = jsonObjectBody(request.http);
     const QString email = stringField(body, QStringLiteral("email"));
@@ -41,7 +41,7 @@ QHttpServerResponse signIn(DevServer& server, const Request& request)
     return signedInResponse(server, *user);
 }
 
-QHttpServerResponse getSession(DevServer& server, const Request& request)
+HttpResponse getSession(DevServer& server, const Request& request)
 {
     const std::optional<Session> session = server.currentSession(request.http);
     const std::optional<User> user = session ? server.store().user(session->userId) : std::nullopt;
@@ -57,20 +57,20 @@ QHttpServerResponse getSession(DevServer& server, const Request& request)
 
 // The body is ignored: there is nothing in it to read, and signing out must work whatever state
 // the client is in.
-QHttpServerResponse signOut(DevServer& server, const Request& request)
+HttpResponse signOut(DevServer& server, const Request& request)
 {
     if (const std::optional<Session> session = server.currentSession(request.http))
         server.store().deleteSession(session->token);
     QJsonObject reply;
     reply.insert(QStringLiteral("success"), true);
-    QHttpServerResponse response = jsonResponse(reply);
+    HttpResponse response = jsonResponse(reply);
     response.addHeader(QByteArrayLiteral("Set-Cookie"), clearedSessionCookie(server.secure()));
     return response;
 }
 
 // The second half of the browser sign-in: the app trades the token from the callback address for
 // a session of its own.
-QHttpServerResponse verifyOneTimeToken(DevServer& server, const Request& request)
+HttpResponse verifyOneTimeToken(DevServer& server, const Request& request)
 {
     const QJsonObject body = jsonObjectBody(request.http);
     const QString token = stringField(body, QStringLiteral("token"));
@@ -92,12 +92,12 @@ QJsonObject userJson(const User& user)
     return json;
 }
 
-QHttpServerResponse signedInResponse(DevServer& server, const User& user)
+HttpResponse signedInResponse(DevServer& server, const User& user)
 {
     const Session session = server.store().createSession(user.id);
     QJsonObject reply;
     reply.insert(QStringLiteral("user"), userJson(user));
-    QHttpServerResponse response = jsonResponse(reply);
+    HttpResponse response = jsonResponse(reply);
     response.addHeader(QByteArrayLiteral("Set-Cookie"), sessionCookie(session.token, server.secure()));
     return response;
 }

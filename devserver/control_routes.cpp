@@ -65,7 +65,7 @@ QString textField(const QJsonObject& body, const QString& name, const QString& f
     return value.toString();
 }
 
-QHttpServerResponse stepClock(DevServer& server, const Request& request)
+HttpResponse stepClock(DevServer& server, const Request& request)
 {
     requireLoopback(request);
     const int steps = intField(controlBody(request), QStringLiteral("steps"), 1, 1, 1000);
@@ -78,7 +78,7 @@ QHttpServerResponse stepClock(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse finishJobs(DevServer& server, const Request& request)
+HttpResponse finishJobs(DevServer& server, const Request& request)
 {
     requireLoopback(request);
     QJsonObject reply;
@@ -87,7 +87,7 @@ QHttpServerResponse finishJobs(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse setWorkerStatus(DevServer& server, const Request& request)
+HttpResponse setWorkerStatus(DevServer& server, const Request& request)
 {
     requireLoopback(request);
     const QJsonObject body = controlBody(request);
@@ -104,7 +104,7 @@ QHttpServerResponse setWorkerStatus(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse addFault(DevServer& server, const Request& request)
+HttpResponse addFault(DevServer& server, const Request& request)
 {
     requireLoopback(request);
     const QJsonObject body = controlBody(request);
@@ -147,7 +147,7 @@ QHttpServerResponse addFault(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse clearFaults(DevServer& server, const Request& request)
+HttpResponse clearFaults(DevServer& server, const Request& request)
 {
     requireLoopback(request);
     server.faults().clear();
@@ -156,7 +156,7 @@ QHttpServerResponse clearFaults(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse failNextJobs(DevServer& server, const Request& request)
+HttpResponse failNextJobs(DevServer& server, const Request& request)
 {
     requireLoopback(request);
     const QJsonObject body = controlBody(request);
@@ -168,7 +168,7 @@ QHttpServerResponse failNextJobs(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse breakNextSource(DevServer& server, const Request& request)
+HttpResponse breakNextSource(DevServer& server, const Request& request)
 {
     requireLoopback(request);
     const QString fault = textField(controlBody(request), QStringLiteral("fault"), QString());
@@ -181,7 +181,7 @@ QHttpServerResponse breakNextSource(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse setTemplatePublic(DevServer& server, const Request& request)
+HttpResponse setTemplatePublic(DevServer& server, const Request& request)
 {
     requireLoopback(request);
     const QString id = request.param(QStringLiteral("id"));

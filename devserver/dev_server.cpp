@@ -6,18 +6,11 @@
 
 #include <QDir>
 #include <QHostAddress>
-#include <QMetaEnum>
 #include <cstdio>
 
 namespace brightloom::devserver {
 
 namespace {
-
-QByteArray methodName(QHttpServerRequest::Method method)
-{
-    const char* key = QMetaEnum::fromType<QHttpServerRequest::Method>().valueToKey(int(method));
-    return key ? QByteArray(key).toUpper() : QByteArrayLiteral("UNKNOWN");
-}
 
 // Splits an encoded path into decoded segments, so an escaped '/' inside a segment stays inside it.
 QStringList pathSegments(const QByteArray& encodedPath)
@@ -60,14 +53,12 @@ void logLine(const QByteArray& line)
 DevServer::DevServer(const Options& options, Store& store, std::optional<QSslConfiguration> tls,
                      QObject* parent)
     : QObject(parent), m_options(options), m_store(store), m_tls(std::move(tls)),
+      m_http(m_tls,
+             [this](const HttpRequest& request, Responder responder) { dispatch(request, responder); }),
       m_clock(store, QDir(options.dataFolder).filePath(QStringLiteral("files")),
               std::chrono::milliseconds(qint64(options.speedSeconds * 1000)))
 {
     seedGallery(m_store);
-    // No rule is ever registered with QHttpServer itself, so every request arrives here.
-    m_http.setMissingHandler([this](const QHttpServerRequest& request, QHttpServerResponder&& responder) {
-        dispatch(request, std::move(responder));
-    });
     addAuthRoutes(*this);
     addNativeSignInRoutes(*this);
     addProjectRoutes(*this);
@@ -82,10 +73,9 @@ DevServer::DevServer(const Options& options, Store& store, std::optional<QSslCon
 
 QUrl DevServer::listen(QString* error)
 {
-    if (m_tls)
-        m_http.sslSetup(*m_tls); // applies to the listen below
     // Loopback only: the server hands out sessions for a demo account with a published password.
-    const quint16 port = m_http.listen(QHostAddress(QHostAddress::LocalHost), m_options.port);
+    const quint16 port =
+        m_http.listen(QHostAddress(QHostAddress::LocalHost), m_options.port) ? m_http.serverPort() : 0;
     if (port == 0) {
         *error = QStringLiteral("cannot listen on 127.0.0.1 port %1").arg(m_options.port);
         return {};
@@ -112,7 +102,7 @@ void DevServer::addRoute(Method method, const QString& pattern, Handler handler)
     m_routes.append(Route{method, pattern.split(QLatin1Char('/'), Qt::SkipEmptyParts), std::move(handler)});
 }
 
-std::optional<Session> DevServer::currentSession(const QHttpServerRequest& request)
+std::optional<Session> DevServer::currentSession(const HttpRequest& request)
 {
     const std::optional<QByteArray> token = cookieValue(request, QByteArray(sessionCookieName));
     if (!token || token->isEmpty())
@@ -120,7 +110,7 @@ std::optional<Session> DevServer::currentSession(const QHttpServerRequest& reque
     return m_store.session(QString::fromLatin1(*token));
 }
 
-Session DevServer::requireSession(const QHttpServerRequest& request)
+Session DevServer::requireSession(const HttpRequest& request)
 {
     std::optional<Session> session = currentSession(request);
     if (!session)
@@ -128,7 +118,7 @@ Session DevServer::requireSession(const QHttpServerRequest& request)
     return *session;
 }
 
-void DevServer::dispatch(const QHttpServerRequest& request, QHttpServerResponder&& responder)
+void DevServer::dispatch(const HttpRequest& request, Responder responder)
 {
     const QByteArray method = methodName(request.method());
     const QStringList path = pathSegments(request.url().path(QUrl::FullyEncoded).toUtf8());
@@ -143,19 +133,18 @@ void DevServer::dispatch(const QHttpServerRequest& request, QHttpServerResponder
         const int status = fault->status != 0 ? fault->status : 200;
         logLine(logged + ' ' + QByteArray::number(status) + " (injected, " +
                 QByteArray::number(fault->bodySize) + " bytes)");
-        streamGenerated(StatusCode(status), fault->contentType, fault->bodySize, std::move(responder),
-                        fault->delayMs);
+        streamGenerated(StatusCode(status), fault->contentType, fault->bodySize, responder, fault->delayMs);
         return;
     }
     if (fault && fault->status != 0) {
-        QHttpServerResponse response(fault->contentType, fault->body, StatusCode(fault->status));
+        HttpResponse response(fault->contentType, fault->body, StatusCode(fault->status));
         logLine(logged + ' ' + QByteArray::number(fault->status) + " (injected)");
         if (fault->reset)
-            writeReset(response, std::move(responder));
+            writeReset(response, responder);
         else if (fault->truncate)
-            writeTruncated(response, std::move(responder));
+            writeTruncated(response, responder);
         else
-            writeLater(std::move(response), std::move(responder), fault->delayMs);
+            writeLater(std::move(response), responder, fault->delayMs);
         return;
     }
     Answer reply = answer(request, path);
@@ -163,20 +152,20 @@ void DevServer::dispatch(const QHttpServerRequest& request, QHttpServerResponder
     const int delayMs = fault ? fault->delayMs : 0;
     if (reply.file) {
         logLine(logged + " 200" + (fault ? " (injected)" : ""));
-        streamFile(*reply.file, std::move(responder), truncate, delayMs);
+        streamFile(*reply.file, responder, truncate, delayMs);
         return;
     }
     logLine(logged + ' ' + QByteArray::number(int(reply.response->statusCode())) +
             (fault ? " (injected)" : ""));
     if (fault && fault->reset)
-        writeReset(*reply.response, std::move(responder));
+        writeReset(*reply.response, responder);
     else if (truncate)
-        writeTruncated(*reply.response, std::move(responder));
+        writeTruncated(*reply.response, responder);
     else
-        writeLater(std::move(*reply.response), std::move(responder), delayMs);
+        writeLater(std::move(*reply.response), responder, delayMs);
 }
 
-DevServer::Answer DevServer::answer(const QHttpServerRequest& request, const QStringList& path)
+DevServer::Answer DevServer::answer(const HttpRequest& request, const QStringList& path)
 {
     QByteArrayList allowed;
     for (const Route& route : std::as_const(m_routes)) {

@@ -1,20 +1,19 @@
 #pragma once
 
-// The HTTP side of the service: one QHttpServer on 127.0.0.1 whose requests all pass through a
+// The HTTP side of the service: one listener on 127.0.0.1 whose requests all pass through a
 // small router of our own. Going through one place lets the service tell an unknown path (404)
 // from a wrong method (405), log every request, turn handler failures into JSON errors, and apply
 // the faults that tests line up through the control interface.
 
 #include "fault_injector.h"
+#include "http_listener.h"
+#include "http_message.h"
 #include "job_clock.h"
 #include "options.h"
 #include "reply_delivery.h"
 #include "store.h"
 
 #include <QHash>
-#include <QHttpServer>
-#include <QHttpServerRequest>
-#include <QHttpServerResponse>
 #include <QList>
 #include <QObject>
 #include <QSslConfiguration>
@@ -29,7 +28,7 @@ namespace brightloom::devserver {
 // What a handler gets: the request itself and the values of the pattern's {placeholders}.
 struct Request
 {
-    const QHttpServerRequest& http;
+    const HttpRequest& http;
     QHash<QString, QString> params;
 
     QString param(const QString& name) const { return params.value(name); }
@@ -40,8 +39,8 @@ class DevServer final : public QObject
     Q_OBJECT
 
 public:
-    using Method = QHttpServerRequest::Method;
-    using Handler = std::function<QHttpServerResponse(DevServer&, const Request&)>;
+    using Method = devserver::Method;
+    using Handler = std::function<HttpResponse(DevServer&, const Request&)>;
     // For downloads: names the file to stream, or throws HttpError.
     using FileHandler = std::function<FileReply(DevServer&, const Request&)>;
 
@@ -66,10 +65,10 @@ public:
     bool secure() const { return m_tls.has_value(); }
 
     // The session the request's cookie names, if it is known and still valid.
-    std::optional<Session> currentSession(const QHttpServerRequest& request);
+    std::optional<Session> currentSession(const HttpRequest& request);
     // The same for routes that need someone signed in: without a valid session it throws the
     // service's 401 "Unauthorized".
-    Session requireSession(const QHttpServerRequest& request);
+    Session requireSession(const HttpRequest& request);
 
 private:
     struct Route
@@ -83,17 +82,17 @@ private:
     // What a route produced: a response, or a file to stream.
     struct Answer
     {
-        std::optional<QHttpServerResponse> response;
+        std::optional<HttpResponse> response;
         std::optional<FileReply> file;
     };
 
-    void dispatch(const QHttpServerRequest& request, QHttpServerResponder&& responder);
-    Answer answer(const QHttpServerRequest& request, const QStringList& path);
+    void dispatch(const HttpRequest& request, Responder responder);
+    Answer answer(const HttpRequest& request, const QStringList& path);
 
     Options m_options;
     Store& m_store;
     std::optional<QSslConfiguration> m_tls;
-    QHttpServer m_http;
+    HttpListener m_http;
     QList<Route> m_routes;
     JobClock m_clock;
     FaultInjector m_faults;

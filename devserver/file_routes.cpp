@@ -32,7 +32,7 @@ FileReply jobFile(DevServer& server, const Request& request)
     return FileReply{QDir(server.clock().filesFolder(*job)).filePath(name), mimeTypeOf(name)};
 }
 
-QHttpServerResponse galleryIcon(DevServer& server, const Request& request)
+HttpResponse galleryIcon(DevServer& server, const Request& request)
 {
     QString slug = request.param(QStringLiteral("file"));
     if (!slug.endsWith(QLatin1String(".png")))
@@ -41,7 +41,7 @@ QHttpServerResponse galleryIcon(DevServer& server, const Request& request)
     const std::optional<GalleryEntry> app = server.store().galleryApp(slug);
     if (!app)
         throw HttpError{StatusCode::NotFound, QStringLiteral("Icon not found")};
-    QHttpServerResponse response(QByteArrayLiteral("image/png"), iconPng(app->name));
+    HttpResponse response(QByteArrayLiteral("image/png"), iconPng(app->name));
     response.addHeader(QByteArrayLiteral("Cache-Control"), QByteArrayLiteral("max-age=3600"));
     return response;
 }

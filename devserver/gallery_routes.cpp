@@ -32,7 +32,7 @@ QJsonObject galleryAppJson(Store& store, const GalleryEntry& app)
     return json;
 }
 
-QHttpServerResponse gallery(DevServer& server, const Request&)
+HttpResponse gallery(DevServer& server, const Request&)
 {
     QJsonArray apps;
     for (const GalleryEntry& app : server.store().galleryApps())
@@ -42,7 +42,7 @@ QHttpServerResponse gallery(DevServer& server, const Request&)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse favoriteSlugs(DevServer& server, const Request& request)
+HttpResponse favoriteSlugs(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     QJsonObject reply;
@@ -51,7 +51,7 @@ QHttpServerResponse favoriteSlugs(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse setFavorite(DevServer& server, const Request& request)
+HttpResponse setFavorite(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     const QString slug = request.param(QStringLiteral("slug"));
@@ -90,7 +90,7 @@ const QString pageTemplate = QStringLiteral(R"(<!DOCTYPE html>
 </html>
 )");
 
-QHttpServerResponse appPage(DevServer& server, const Request& request)
+HttpResponse appPage(DevServer& server, const Request& request)
 {
     const std::optional<GalleryEntry> app = server.store().galleryApp(request.param(QStringLiteral("slug")));
     if (!app) {

@@ -46,7 +46,7 @@ std::optional<Job> newestReady(Store& store, const QString& projectId)
     return std::nullopt;
 }
 
-QHttpServerResponse panel(DevServer& server, const Request& request)
+HttpResponse panel(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     const Project project = ownedProject(server, session.userId, request.param(QStringLiteral("id")));
@@ -80,7 +80,7 @@ QString requireGithub(DevServer& server, const Session& session)
     return *login;
 }
 
-QHttpServerResponse repos(DevServer& server, const Request& request)
+HttpResponse repos(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     QJsonArray list;
@@ -94,7 +94,7 @@ QHttpServerResponse repos(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse link(DevServer& server, const Request& request)
+HttpResponse link(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     const Project project = ownedProject(server, session.userId, request.param(QStringLiteral("id")));
@@ -107,7 +107,7 @@ QHttpServerResponse link(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse unlink(DevServer& server, const Request& request)
+HttpResponse unlink(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     const Project project = ownedProject(server, session.userId, request.param(QStringLiteral("id")));
@@ -117,7 +117,7 @@ QHttpServerResponse unlink(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse push(DevServer& server, const Request& request)
+HttpResponse push(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     const Project project = ownedProject(server, session.userId, request.param(QStringLiteral("id")));
@@ -158,7 +158,7 @@ QString page(const QString& title, const QString& body)
 }
 
 // The library page of one app on the web, where the GitHub account is connected.
-QHttpServerResponse libraryPage(DevServer& server, const Request& request)
+HttpResponse libraryPage(DevServer& server, const Request& request)
 {
     const std::optional<Session> session = server.currentSession(request.http);
     const std::optional<User> user = session ? server.store().user(session->userId) : std::nullopt;

@@ -8,35 +8,35 @@
 
 namespace brightloom::devserver {
 
-QHttpServerResponse jsonResponse(const QJsonObject& body, StatusCode status)
+HttpResponse jsonResponse(const QJsonObject& body, StatusCode status)
 {
-    return QHttpServerResponse(QByteArrayLiteral("application/json"),
-                               QJsonDocument(body).toJson(QJsonDocument::Compact), status);
+    return HttpResponse(QByteArrayLiteral("application/json"),
+                        QJsonDocument(body).toJson(QJsonDocument::Compact), status);
 }
 
-QHttpServerResponse jsonNullResponse()
+HttpResponse jsonNullResponse()
 {
-    return QHttpServerResponse(QByteArrayLiteral("application/json"), QByteArrayLiteral("null"));
+    return HttpResponse(QByteArrayLiteral("application/json"), QByteArrayLiteral("null"));
 }
 
-QHttpServerResponse errorResponse(StatusCode status, const QString& message)
+HttpResponse errorResponse(StatusCode status, const QString& message)
 {
     QJsonObject body;
     body.insert(QStringLiteral("message"), message);
     return jsonResponse(body, status);
 }
 
-QHttpServerResponse htmlResponse(const QString& html, StatusCode status)
+HttpResponse htmlResponse(const QString& html, StatusCode status)
 {
-    return QHttpServerResponse(QByteArrayLiteral("text/html; charset=utf-8"), html.toUtf8(), status);
+    return HttpResponse(QByteArrayLiteral("text/html; charset=utf-8"), html.toUtf8(), status);
 }
 
-QHttpServerResponse redirectResponse(const QString& location)
+HttpResponse redirectResponse(const QString& location)
 {
     // A body too, for browsers that do not know where the address leads (a custom scheme with no
     // program registered for it): the person still sees where they were sent.
     const QString escaped = location.toHtmlEscaped();
-    QHttpServerResponse response = htmlResponse(
+    HttpResponse response = htmlResponse(
         QStringLiteral("<!DOCTYPE html><title>Redirecting</title><p><a href=\"%1\">Continue</a></p>")
             .arg(escaped),
         StatusCode::Found);
@@ -44,7 +44,7 @@ QHttpServerResponse redirectResponse(const QString& location)
     return response;
 }
 
-QJsonObject jsonObjectBody(const QHttpServerRequest& request)
+QJsonObject jsonObjectBody(const HttpRequest& request)
 {
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(request.body(), &error);
@@ -63,14 +63,14 @@ QString stringField(const QJsonObject& body, const QString& name)
     return value.toString();
 }
 
-QUrlQuery formBody(const QHttpServerRequest& request)
+QUrlQuery formBody(const HttpRequest& request)
 {
     QByteArray body = request.body();
     body.replace('+', ' ');
     return QUrlQuery(QString::fromUtf8(body));
 }
 
-QByteArray headerValue(const QHttpServerRequest& request, const QByteArray& name, char separator)
+QByteArray headerValue(const HttpRequest& request, const QByteArray& name, char separator)
 {
     QByteArray joined;
     const auto headers = request.headers();
@@ -84,7 +84,7 @@ QByteArray headerValue(const QHttpServerRequest& request, const QByteArray& name
     return joined;
 }
 
-std::optional<QByteArray> cookieValue(const QHttpServerRequest& request, const QByteArray& name)
+std::optional<QByteArray> cookieValue(const HttpRequest& request, const QByteArray& name)
 {
     const QList<QByteArray> pairs = headerValue(request, QByteArrayLiteral("Cookie"), ';').split(';');
     for (const QByteArray& pair : pairs) {

@@ -123,7 +123,7 @@ Project treeRoot(Store& store, const Project& project, const QString& userId)
     return root;
 }
 
-QHttpServerResponse library(DevServer& server, const Request& request)
+HttpResponse library(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     QJsonArray apps;
@@ -137,7 +137,7 @@ QHttpServerResponse library(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse libraryDetail(DevServer& server, const Request& request)
+HttpResponse libraryDetail(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     const Project project = ownedProject(server, session.userId, request.param(QStringLiteral("id")));
@@ -164,7 +164,7 @@ QHttpServerResponse libraryDetail(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse forkTemplate(DevServer& server, const Request& request)
+HttpResponse forkTemplate(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     const QString jobId = requiredText(jsonObjectBody(request.http), QStringLiteral("jobId"));

@@ -48,28 +48,28 @@ const QString pageTemplate = QStringLiteral(R"(<!DOCTYPE html>
 </html>
 )");
 
-QHttpServerResponse signInPage(const QString& email, const QString& error, StatusCode status)
+HttpResponse signInPage(const QString& email, const QString& error, StatusCode status)
 {
     const QString errorBlock =
         error.isEmpty() ? QString() : QStringLiteral("<p class=\"error\">%1</p>").arg(error.toHtmlEscaped());
     return htmlResponse(pageTemplate.arg(errorBlock, email.toHtmlEscaped()), status);
 }
 
-QHttpServerResponse callbackRedirect(DevServer& server, const QString& userId)
+HttpResponse callbackRedirect(DevServer& server, const QString& userId)
 {
     return redirectResponse(QStringLiteral("brightloom://callback?token=") +
                             server.store().createOneTimeToken(userId));
 }
 
 // Someone already signed in in this browser goes straight back to the app.
-QHttpServerResponse showSignIn(DevServer& server, const Request& request)
+HttpResponse showSignIn(DevServer& server, const Request& request)
 {
     if (const std::optional<Session> session = server.currentSession(request.http))
         return callbackRedirect(server, session->userId);
     return signInPage(QString(), QString(), StatusCode::Ok);
 }
 
-QHttpServerResponse submitSignIn(DevServer& server, const Request& request)
+HttpResponse submitSignIn(DevServer& server, const Request& request)
 {
     const QUrlQuery form = formBody(request.http);
     const QString email = form.queryItemValue(QStringLiteral("email"), QUrl::FullyDecoded);
@@ -79,7 +79,7 @@ QHttpServerResponse submitSignIn(DevServer& server, const Request& request)
         return signInPage(email, QStringLiteral("Invalid email or password"), StatusCode::Unauthorized);
     // The browser keeps a session too, so the next sign-in from the app needs no typing.
     const Session session = server.store().createSession(user->id);
-    QHttpServerResponse response = callbackRedirect(server, user->id);
+    HttpResponse response = callbackRedirect(server, user->id);
     response.addHeader(QByteArrayLiteral("Set-Cookie"), sessionCookie(session.token, server.secure()));
     return response;
 }

@@ -15,7 +15,7 @@ namespace {
 
 using Method = DevServer::Method;
 
-QHttpServerResponse listProjects(DevServer& server, const Request& request)
+HttpResponse listProjects(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     QJsonArray projects;
@@ -39,7 +39,7 @@ QString importedRepoName(const QString& url)
     return match.captured(1);
 }
 
-QHttpServerResponse createProject(DevServer& server, const Request& request)
+HttpResponse createProject(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     const QJsonObject body = jsonObjectBody(request.http);
@@ -75,7 +75,7 @@ QHttpServerResponse createProject(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse projectDetail(DevServer& server, const Request& request)
+HttpResponse projectDetail(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     const Project project = ownedProject(server, session.userId, request.param(QStringLiteral("id")));
@@ -92,7 +92,7 @@ QHttpServerResponse projectDetail(DevServer& server, const Request& request)
     return jsonResponse(reply);
 }
 
-QHttpServerResponse sendMessage(DevServer& server, const Request& request)
+HttpResponse sendMessage(DevServer& server, const Request& request)
 {
     const Session session = server.requireSession(request.http);
     const Project project = ownedProject(server, session.userId, request.param(QStringLiteral("id")));

@@ -35,7 +35,7 @@ Project Store::projectFrom(const QSqlQuery& query)
     project.name = query.value(1).toString();
     if (!query.value(2).isNull())
         project.unsafe = query.value(2).toBool();
-    project.createdAt = QDateTime::fromMSecsSinceEpoch(query.value(3).toLongLong(), Qt::UTC);
+    project.createdAt = utcTime(query.value(3).toLongLong());
     project.userId = query.value(4).toString();
     project.mode = query.value(5).toString();
     project.templatePublic = query.value(6).toBool();

@@ -3,6 +3,7 @@
 #include "dev_server.h"
 #include "http_util.h"
 #include "job_files.h"
+#include "store.h"
 
 #include <QDateTime>
 #include <QJsonValue>
@@ -31,7 +32,7 @@ QJsonObject messageJson(const Message& message)
 
 QString timestamp(qint64 ms)
 {
-    return QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC).toString(Qt::ISODateWithMs);
+    return utcTime(ms).toString(Qt::ISODateWithMs);
 }
 
 QString fileAddress(DevServer& server, const Job& job, const char* name)

@@ -6,8 +6,8 @@
 #include <QPointer>
 #include <QTcpSocket>
 #include <QTimer>
+#include <functional>
 #include <memory>
-#include <sys/socket.h>
 
 namespace brightloom::devserver {
 
@@ -17,95 +17,54 @@ constexpr qint64 chunkSize = 64 * 1024;
 // Enough queued in the socket to keep the line busy, little enough that memory stays flat.
 constexpr qint64 socketBacklog = 4 * chunkSize;
 
-// Pumps a file into the socket as the socket drains. It lives as a child of the socket, so a
-// client that goes away takes the transfer with it.
-class FileStream final : public QObject
+// Pumps a body into the socket as the socket drains, `next` giving each piece. It lives as a child
+// of the socket, so a client that goes away takes the transfer with it.
+class BodyStream final : public QObject
 {
 public:
-    FileStream(std::unique_ptr<QFile> file, qint64 limit, bool closeAfter, QHttpServerResponder&& responder)
-        : QObject(responder.socket()), m_file(std::move(file)), m_limit(limit), m_closeAfter(closeAfter),
-          m_responder(std::move(responder)), m_socket(m_responder.socket())
+    using Next = std::function<QByteArray(qint64 most)>;
+
+    BodyStream(Responder responder, qint64 size, bool closeAfter, Next next)
+        : QObject(responder.socket()), m_responder(std::move(responder)), m_size(size),
+          m_closeAfter(closeAfter), m_next(std::move(next))
     {}
 
-    QTcpSocket* socket() const { return m_socket; }
-
-    void start(const QByteArray& mimeType)
+    void start(StatusCode status, const QByteArray& mimeType, qint64 declared)
     {
-        m_responder.writeStatusLine(StatusCode::Ok);
-        m_responder.writeHeader(QByteArrayLiteral("Content-Type"), mimeType);
-        m_responder.writeHeader(QByteArrayLiteral("Content-Length"), QByteArray::number(m_file->size()));
-        m_responder.writeBody("", 0); // ends the headers
-        connect(m_socket, &QIODevice::bytesWritten, this, &FileStream::pump);
+        m_responder.writeHead(status, mimeType, declared);
+        connect(m_responder.socket(), &QIODevice::bytesWritten, this, &BodyStream::pump);
         pump();
     }
 
 private:
     void pump()
     {
-        while (m_sent < m_limit && m_socket->bytesToWrite() < socketBacklog) {
-            const QByteArray chunk = m_file->read(qMin(chunkSize, m_limit - m_sent));
-            if (chunk.isEmpty())
+        QTcpSocket* socket = m_responder.socket();
+        while (m_sent < m_size && socket->bytesToWrite() < socketBacklog) {
+            const QByteArray piece = m_next(qMin(chunkSize, m_size - m_sent));
+            if (piece.isEmpty()) {
+                m_exhausted = true; // a file that ran out early: what came is all there is
                 break;
-            m_socket->write(chunk);
-            m_sent += chunk.size();
+            }
+            m_responder.writeRaw(piece);
+            m_sent += piece.size();
         }
-        if (m_sent < m_limit && !m_file->atEnd())
+        if (m_sent < m_size && !m_exhausted)
             return;
-        disconnect(m_socket, &QIODevice::bytesWritten, this, &FileStream::pump);
+        disconnect(socket, &QIODevice::bytesWritten, this, &BodyStream::pump);
         if (m_closeAfter)
-            m_socket->disconnectFromHost();
+            m_responder.close();
+        else
+            m_responder.done();
         deleteLater();
     }
 
-    std::unique_ptr<QFile> m_file;
-    qint64 m_limit;
+    Responder m_responder;
+    qint64 m_size;
     bool m_closeAfter;
     qint64 m_sent = 0;
-    QHttpServerResponder m_responder;
-    QTcpSocket* m_socket;
-};
-
-// Pumps `size` bytes of filler into the socket as the socket drains, so a huge reply costs the server
-// no memory.
-class GeneratedStream final : public QObject
-{
-public:
-    GeneratedStream(qint64 size, QHttpServerResponder&& responder)
-        : QObject(responder.socket()), m_size(size), m_responder(std::move(responder)),
-          m_socket(m_responder.socket()), m_chunk(chunkSize, 'x')
-    {}
-
-    QTcpSocket* socket() const { return m_socket; }
-
-    void start(QHttpServerResponse::StatusCode status, const QByteArray& contentType)
-    {
-        m_responder.writeStatusLine(status);
-        m_responder.writeHeader(QByteArrayLiteral("Content-Type"), contentType);
-        m_responder.writeHeader(QByteArrayLiteral("Content-Length"), QByteArray::number(m_size));
-        m_responder.writeBody("", 0); // ends the headers
-        connect(m_socket, &QIODevice::bytesWritten, this, &GeneratedStream::pump);
-        pump();
-    }
-
-private:
-    void pump()
-    {
-        while (m_sent < m_size && m_socket->bytesToWrite() < socketBacklog) {
-            const qint64 piece = qMin(chunkSize, m_size - m_sent);
-            m_socket->write(m_chunk.constData(), piece);
-            m_sent += piece;
-        }
-        if (m_sent < m_size)
-            return;
-        disconnect(m_socket, &QIODevice::bytesWritten, this, &GeneratedStream::pump);
-        deleteLater();
-    }
-
-    qint64 m_size;
-    qint64 m_sent = 0;
-    QHttpServerResponder m_responder;
-    QTcpSocket* m_socket;
-    QByteArray m_chunk;
+    bool m_exhausted = false;
+    Next m_next;
 };
 
 template <typename Work> void afterDelay(QTcpSocket* socket, int delayMs, Work work)
@@ -123,64 +82,65 @@ template <typename Work> void afterDelay(QTcpSocket* socket, int delayMs, Work w
 
 } // namespace
 
-void writeLater(QHttpServerResponse response, QHttpServerResponder&& responder, int delayMs)
+void writeLater(HttpResponse response, Responder responder, int delayMs)
 {
-    auto held = std::make_shared<std::pair<QHttpServerResponse, QHttpServerResponder>>(std::move(response),
-                                                                                       std::move(responder));
-    afterDelay(held->second.socket(), delayMs, [held] { held->first.write(std::move(held->second)); });
-}
-
-void writeTruncated(const QHttpServerResponse& response, QHttpServerResponder&& responder)
-{
-    const QByteArray body = response.data();
-    responder.writeStatusLine(response.statusCode());
-    responder.writeHeader(QByteArrayLiteral("Content-Type"), response.mimeType());
-    responder.writeHeader(QByteArrayLiteral("Content-Length"), QByteArray::number(body.size()));
-    responder.writeBody(body.left(body.size() / 2));
-    responder.socket()->disconnectFromHost();
-}
-
-void writeReset(const QHttpServerResponse& response, QHttpServerResponder&& responder)
-{
-    const QByteArray body = response.data();
     QTcpSocket* socket = responder.socket();
-    responder.writeStatusLine(response.statusCode());
-    responder.writeHeader(QByteArrayLiteral("Content-Type"), response.mimeType());
-    responder.writeHeader(QByteArrayLiteral("Content-Length"), QByteArray::number(body.size()));
-    responder.writeBody(body.left(body.size() / 2));
-    socket->flush();
-    // A zero linger time makes closing send a reset instead of an orderly end.
-    const linger abrupt{1, 0};
-    ::setsockopt(int(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &abrupt, sizeof(abrupt));
-    socket->abort();
+    afterDelay(socket, delayMs,
+               [response = std::move(response), responder]() mutable { responder.send(response); });
 }
 
-void streamGenerated(QHttpServerResponse::StatusCode status, const QByteArray& contentType, qint64 size,
-                     QHttpServerResponder&& responder, int delayMs)
+void writeTruncated(const HttpResponse& response, Responder responder)
 {
-    auto* stream = new GeneratedStream(size, std::move(responder));
-    QPointer<GeneratedStream> guard(stream);
+    const QByteArray body = response.data();
+    responder.writeHead(response.statusCode(), response.mimeType(), body.size(), response.headers());
+    responder.writeRaw(body.left(body.size() / 2));
+    responder.close();
+}
+
+void writeReset(const HttpResponse& response, Responder responder)
+{
+    const QByteArray body = response.data();
+    responder.writeHead(response.statusCode(), response.mimeType(), body.size(), response.headers());
+    responder.writeRaw(body.left(body.size() / 2));
+    responder.reset();
+}
+
+void streamGenerated(StatusCode status, const QByteArray& contentType, qint64 size, Responder responder,
+                     int delayMs)
+{
+    if (!responder.connected())
+        return;
+    QTcpSocket* socket = responder.socket();
+    const QByteArray filler(chunkSize, 'x');
+    auto* stream = new BodyStream(std::move(responder), size, false,
+                                  [filler](qint64 most) { return filler.left(most); });
+    QPointer<BodyStream> guard(stream);
     const QByteArray type = contentType.isEmpty() ? QByteArrayLiteral("application/json") : contentType;
-    afterDelay(stream->socket(), delayMs, [guard, status, type] {
+    afterDelay(socket, delayMs, [guard, status, type, size] {
         if (guard)
-            guard->start(status, type);
+            guard->start(status, type, size);
     });
 }
 
-void streamFile(const FileReply& reply, QHttpServerResponder&& responder, bool truncate, int delayMs)
+void streamFile(const FileReply& reply, Responder responder, bool truncate, int delayMs)
 {
-    auto file = std::make_unique<QFile>(reply.path);
+    if (!responder.connected())
+        return;
+    auto file = std::make_shared<QFile>(reply.path);
     if (!file->open(QIODevice::ReadOnly)) {
-        errorResponse(StatusCode::NotFound, QStringLiteral("File not found")).write(std::move(responder));
+        responder.send(errorResponse(StatusCode::NotFound, QStringLiteral("File not found")));
         return;
     }
-    const qint64 limit = truncate ? file->size() / 2 : file->size();
-    auto* stream = new FileStream(std::move(file), limit, truncate, std::move(responder));
+    const qint64 size = file->size();
+    const qint64 limit = truncate ? size / 2 : size;
+    QTcpSocket* socket = responder.socket();
+    auto* stream = new BodyStream(std::move(responder), limit, truncate,
+                                  [file](qint64 most) { return file->read(most); });
     const QByteArray mimeType = reply.mimeType;
-    QPointer<FileStream> guard(stream);
-    afterDelay(stream->socket(), delayMs, [guard, mimeType] {
+    QPointer<BodyStream> guard(stream);
+    afterDelay(socket, delayMs, [guard, mimeType, size] {
         if (guard)
-            guard->start(mimeType);
+            guard->start(StatusCode::Ok, mimeType, size);
     });
 }
 

@@ -2,7 +2,8 @@
 
 // The service's endpoints, one function per area, each adding its routes to the server.
 
-#include <QHttpServerResponse>
+#include "http_message.h"
+
 #include <QJsonObject>
 
 namespace brightloom::devserver {
@@ -24,6 +25,6 @@ void addControlRoutes(DevServer& server);
 QJsonObject userJson(const User& user);
 
 // 200 {"user":{...}} with the cookie of a session made for `user` just now.
-QHttpServerResponse signedInResponse(DevServer& server, const User& user);
+HttpResponse signedInResponse(DevServer& server, const User& user);
 
 } // namespace brightloom::devserver

@@ -6,19 +6,26 @@
 #include <QFile>
 #include <QSqlDatabase>
 #include <QSqlError>
+#include <QTimeZone>
 
 namespace brightloom::devserver {
+
+QDateTime utcTime(qint64 ms)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+    // Qt 6.5 gave QTimeZone a plain UTC and deprecated the overloads that take a time spec; a time
+    // zone named "UTC" would read "+00:00" where the service writes "Z".
+    return QDateTime::fromMSecsSinceEpoch(ms, QTimeZone::UTC);
+#else
+    return QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC);
+#endif
+}
 
 namespace {
 
 qint64 nowMs()
 {
     return QDateTime::currentMSecsSinceEpoch();
-}
-
-QDateTime fromMs(qint64 ms)
-{
-    return QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC);
 }
 
 qint64 msFromNow(std::chrono::seconds lifetime)
@@ -137,7 +144,7 @@ std::optional<User> Store::user(const QString& id)
 
 Session Store::createSession(const QString& userId)
 {
-    const Session session{newToken(), userId, fromMs(msFromNow(sessionLifetime))};
+    const Session session{newToken(), userId, utcTime(msFromNow(sessionLifetime))};
     run(QStringLiteral("INSERT INTO sessions (token, user_id, expires) VALUES (?, ?, ?)"),
         {session.token, session.userId, session.expires.toMSecsSinceEpoch()});
     return session;
@@ -150,7 +157,7 @@ std::optional<Session> Store::session(const QString& token)
             {token, nowMs()});
     if (!query.next())
         return std::nullopt;
-    return Session{token, query.value(0).toString(), fromMs(query.value(1).toLongLong())};
+    return Session{token, query.value(0).toString(), utcTime(query.value(1).toLongLong())};
 }
 
 void Store::deleteSession(const QString& token)

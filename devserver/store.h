@@ -19,6 +19,9 @@ class QSqlDatabase;
 
 namespace brightloom::devserver {
 
+// The moment `ms` milliseconds after the epoch, in UTC (written with a "Z").
+QDateTime utcTime(qint64 ms);
+
 class StoreError : public std::runtime_error
 {
 public:

@@ -8,7 +8,7 @@ namespace brightloom::devserver {
 
 namespace {
 
-QHttpServerResponse workerStatus(DevServer& server, const Request&)
+HttpResponse workerStatus(DevServer& server, const Request&)
 {
     const WorkerState state = server.clock().workerState();
     QJsonObject reply;

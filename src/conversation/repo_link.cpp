@@ -37,7 +37,12 @@ std::optional<RepoLink> RepoLink::detect(QStringView text)
 {
     std::optional<RepoLink> first;
     QSet<QString> keys;
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+    // Qt 6.5 named the overload for views apart and deprecated the old spelling for them.
+    auto matches = linkPattern().globalMatchView(text);
+#else
     auto matches = linkPattern().globalMatch(text);
+#endif
     while (matches.hasNext()) {
         const QRegularExpressionMatch match = matches.next();
         const QString owner = match.captured(1);

@@ -17,6 +17,7 @@
 #include <QJsonObject>
 #include <QPromise>
 #include <QSignalSpy>
+#include <QTimeZone>
 #include <gtest/gtest.h>
 #include <memory>
 #include <qcoro/qcorofuture.h>
@@ -330,13 +331,13 @@ TEST_F(ChatViewTest, QueuedJobCountsFromItsCreationWithOrWithoutFractionalSecond
     jobs = QJsonArray{withFraction};
     refresh(view);
     EXPECT_EQ(view.stageSince().value(QStringLiteral("a|queued|")),
-              QDateTime(QDate(2024, 5, 1), QTime(10, 0, 0, 123), Qt::UTC));
+              QDateTime(QDate(2024, 5, 1), QTime(10, 0, 0, 123), QTimeZone::utc()));
     QJsonObject without = job(QStringLiteral("b"), QStringLiteral("queued"));
     without.insert(QStringLiteral("createdAt"), QStringLiteral("2024-05-01T10:00:00Z"));
     jobs = QJsonArray{without};
     refresh(view);
     EXPECT_EQ(view.stageSince().value(QStringLiteral("b|queued|")),
-              QDateTime(QDate(2024, 5, 1), QTime(10, 0, 0), Qt::UTC));
+              QDateTime(QDate(2024, 5, 1), QTime(10, 0, 0), QTimeZone::utc()));
 }
 
 TEST_F(ChatViewTest, QueuedJobWithAnUnreadableCreationTimeCountsFromTheFirstRefreshThatSawIt)

@@ -47,7 +47,7 @@ case "$test" in
     ;;
   DebianPackageHoldsBothProgramsAndDebianDependencies)
     (cd "$build" && cpack -G DEB -B "$work/package" >/dev/null)
-    deb=$(ls "$work/package"/brightloom_"$version"_*.deb)
+    deb=$(ls "$work/package/brightloom_${version}"_*.deb)
     contents=$(dpkg-deb -c "$deb")
     grep -q '\./usr/bin/brightloom$' <<<"$contents" || fail "the package lacks the window"
     grep -q '\./usr/bin/brightloom-cli$' <<<"$contents" || fail "the package lacks the command line"

@@ -94,6 +94,8 @@ TEST_F(ApiTest, ReplyThatNeverEndsFailsPastTheMemoryLimit)
     const MemoryPeak memory;
     const auto outcome = run(api.request(QStringLiteral("api/endless"), "GET"), std::chrono::minutes(2));
     EXPECT_EQ(outcome.errorText(), QStringLiteral("The service's reply was larger than 256 MB."));
+    if (!MemoryPeak::available())
+        GTEST_SKIP() << "the memory held is read from /proc, which only Linux has";
     // Held once while it was read: a second copy on top would have passed 512 MB.
     EXPECT_GT(memory.riseKb(), 0);
     if (!memoryIsInstrumented) {

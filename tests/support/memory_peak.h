@@ -30,6 +30,9 @@ public:
         m_start = statusKb("VmRSS:");
     }
 
+    // Whether the kernel tells: Linux, through /proc; other systems cannot reset the high-water mark.
+    static bool available() { return statusKb("VmHWM:") >= 0; }
+
     // How far the resident memory rose above its level at the start, at its highest; -1 when the
     // kernel does not tell.
     qint64 riseKb() const
@@ -38,7 +41,6 @@ public:
         return peak < 0 || m_start < 0 ? -1 : peak - m_start;
     }
 
-private:
     static qint64 statusKb(const QByteArray& field)
     {
         QFile status(QStringLiteral("/proc/self/status"));
@@ -51,6 +53,7 @@ private:
         return -1;
     }
 
+private:
     qint64 m_start = -1;
 };
 

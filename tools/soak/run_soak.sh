@@ -18,7 +18,8 @@ for _ in $(seq 1 200); do
   [ -s "$home/server/address" ] && break
   sleep 0.1
 done
-export BRIGHTLOOM_URL=$(head -n 1 "$home/server/address") BRIGHTLOOM_CA_FILE="$home/server/cert.pem"
+BRIGHTLOOM_URL=$(head -n 1 "$home/server/address")
+export BRIGHTLOOM_URL BRIGHTLOOM_CA_FILE="$home/server/cert.pem"
 cli="$build/src/brightloom-cli"
 "$cli" login --email demo@brightloom.test --password brightloom-demo >/dev/null
 project=$("$cli" new "a soak timer with a dark mode")
