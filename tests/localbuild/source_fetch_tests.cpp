@@ -1,5 +1,6 @@
 #include "localbuild/rejected.h"
 #include "localbuild/source_fetch.h"
+#include "qt_printers.h"
 #include "raw_zip.h"
 #include "recording_server.h"
 #include "service/api.h"
@@ -63,7 +64,9 @@ QStringList snapshot(const QString& root, const QString& except)
         const QString path = it.next();
         if (path == except || path.startsWith(except + QLatin1Char('/')))
             continue;
-        items.append(path + QLatin1Char(' ') + QString::number(it.fileInfo().size()));
+        // A folder's size is the file system's business (tmpfs counts its entries): only files'.
+        const QFileInfo& entry = it.fileInfo();
+        items.append(path + (entry.isDir() ? QString() : QLatin1Char(' ') + QString::number(entry.size())));
     }
     items.sort();
     return items;

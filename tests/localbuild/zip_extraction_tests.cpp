@@ -1,4 +1,5 @@
 #include "archive/zip_extraction.h"
+#include "qt_printers.h"
 #include "raw_zip.h"
 #include "task_runner.h"
 #include "zip_maker.h"
