@@ -1,32 +1,19 @@
 #include "build_notice.h"
 
 namespace brightloom {
-namespace {
-
-bool isActive(const std::optional<Job>& job)
-{
-    return job && (job->status == QLatin1String("queued") || job->status == QLatin1String("building"));
-}
-
-bool isSourceJob(const Job& job)
-{
-    return job.mode == QStringLiteral("source") || job.mode == QStringLiteral("source-fix");
-}
-
-} // namespace
 
 std::optional<BuildNotice> BuildNotice::forJob(const QString& projectName, const std::optional<Job>& before,
                                                const std::optional<Job>& after)
 {
     // Only the same job ending counts: a first look at a finished project tells nothing new.
-    if (!before || !after || before->id != after->id || !isActive(before))
+    if (!before || !after || before->id != after->id || !before->isActive())
         return std::nullopt;
-    if (after->status == QLatin1String("failed"))
+    if (after->status == JobStatus::failed)
         return BuildNotice{projectName, QStringLiteral("The build failed.")};
-    if (after->status != QLatin1String("ready"))
+    if (!(after->status == JobStatus::ready))
         return std::nullopt;
     // The source of a build on this machine is only the start; its own notice comes when it ends.
-    if (isSourceJob(*after))
+    if (after->isSourceBuild())
         return std::nullopt;
     return BuildNotice{projectName, QStringLiteral("Your app is ready to download.")};
 }

@@ -13,9 +13,9 @@ namespace {
 
 QString jobLine(const Job& job)
 {
-    QStringList fields{job.id, job.status};
+    QStringList fields{job.id, job.status.text()};
     fields.append(job.stage.value_or(QString()));
-    fields.append(job.mode.value_or(QString()));
+    fields.append(job.mode ? job.mode->text() : QString());
     fields.append(job.appName.value_or(QString()));
     fields.append(job.version.value_or(QString()));
     if (job.error)
@@ -57,7 +57,7 @@ QCoro::Task<int> download(API& api, QStringList words)
     const ProjectDetail detail = co_await api.detail(args.positional(0, "project id"));
     const Job* ready = nullptr;
     for (const Job& job : detail.jobs) {
-        if (job.status == QLatin1String("ready")) {
+        if (job.status == JobStatus::ready) {
             ready = &job;
             break;
         }

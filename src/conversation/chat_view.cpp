@@ -37,21 +37,16 @@ int ChatView::fixesSoFar() const
 {
     int count = 0;
     for (const Job& job : m_jobs) {
-        if (job.mode != QStringLiteral("source-fix"))
+        if (!job.mode || !(*job.mode == JobMode::sourceFix))
             break;
         ++count;
     }
     return count;
 }
 
-bool ChatView::isActive(const Job& job)
-{
-    return job.status == QLatin1String("queued") || job.status == QLatin1String("building");
-}
-
 QString ChatView::stageKey(const Job& job)
 {
-    return job.id + QLatin1Char('|') + job.status + QLatin1Char('|') + job.stage.value_or(QString());
+    return job.id + QLatin1Char('|') + job.status.text() + QLatin1Char('|') + job.stage.value_or(QString());
 }
 
 std::optional<QDateTime> ChatView::parseCreatedAt(const std::optional<QString>& text)
@@ -111,11 +106,11 @@ QCoro::Task<> ChatView::refresh()
     m_jobs = std::move(detail->jobs);
     Q_EMIT jobsChanged();
 
-    if (after && isActive(*after)) {
+    if (after && after->isActive()) {
         const QString key = stageKey(*after);
         if (!m_stageSince.contains(key)) {
             std::optional<QDateTime> since;
-            if (after->status == QLatin1String("queued"))
+            if (after->status == JobStatus::queued)
                 since = parseCreatedAt(after->createdAt);
             m_stageSince.insert(key, since.value_or(QDateTime::currentDateTimeUtc()));
             Q_EMIT stageSinceChanged();
@@ -128,9 +123,7 @@ QCoro::Task<> ChatView::refresh()
     }
     Q_EMIT statusChanged();
 
-    if (after && after->status == QLatin1String("ready") &&
-        (after->mode == QStringLiteral("source") || after->mode == QStringLiteral("source-fix")) && m_local &&
-        m_api)
+    if (after && after->status == JobStatus::ready && after->isSourceBuild() && m_local && m_api)
         m_local->handle(m_project.id, *after, fixesSoFar(), *m_api);
     Q_EMIT refreshed();
 }
@@ -170,7 +163,7 @@ QCoro::Task<> ChatView::poll(int run)
         if (!current())
             co_return;
         const std::optional<Job> newest = latest();
-        if (!m_loaded || (newest && isActive(*newest))) {
+        if (!m_loaded || (newest && newest->isActive())) {
             co_await wait(m_intervals.active);
             continue;
         }
@@ -179,7 +172,7 @@ QCoro::Task<> ChatView::poll(int run)
         if (!current())
             co_return;
         const std::optional<Job> now = latest();
-        if (now && isActive(*now))
+        if (now && now->isActive())
             co_await wait(extra);
     }
 }
@@ -189,7 +182,7 @@ bool ChatView::canSend() const
     if (m_sending || m_prompt.trimmed().isEmpty())
         return false;
     const std::optional<Job> newest = latest();
-    return !newest || !isActive(*newest);
+    return !newest || !newest->isActive();
 }
 
 void ChatView::send()

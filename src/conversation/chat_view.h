@@ -74,7 +74,6 @@ public:
     std::optional<Job> latest() const;
     // How many of the newest jobs in a row are fix jobs.
     int fixesSoFar() const;
-    static bool isActive(const Job& job);
     static QString stageKey(const Job& job);
     // When a queued job was made, if its time stamp reads as an internet date-time.
     static std::optional<QDateTime> parseCreatedAt(const std::optional<QString>& text);

@@ -18,11 +18,6 @@ QString fixCounter(int fixes)
            QString::number(ChatView::fixLimit) + QLatin1Char(')');
 }
 
-bool isSourceMode(const Job& job)
-{
-    return job.mode == QStringLiteral("source") || job.mode == QStringLiteral("source-fix");
-}
-
 QString folderOf(const QString& path)
 {
     return QFileInfo(path).absolutePath();
@@ -50,21 +45,29 @@ StatusArea ChatView::status() const
         area.text = text;
         area.since = m_stageSince.value(stageKey(*job), QDateTime::currentDateTimeUtc());
     };
-    if (job->status == QLatin1String("queued")) {
+    const JobMode mode = job->mode ? job->mode->value() : JobMode::unknown;
+    switch (job->status.value()) {
+    case JobStatus::queued:
         progress(QStringLiteral("Queued \u2014 waiting for the build machine\u2026"));
-    } else if (job->status == QLatin1String("building")) {
-        if (job->mode == QStringLiteral("source"))
+        break;
+    case JobStatus::building:
+        if (mode == JobMode::source)
             progress(QStringLiteral("Writing the code in the cloud\u2026"));
-        else if (job->mode == QStringLiteral("source-fix"))
+        else if (mode == JobMode::sourceFix)
             progress(QStringLiteral("Writing the code in the cloud\u2026") + fixCounter(fixesSoFar()));
         else
             progress(QStringLiteral("Building: ") + job->stage.value_or(QStringLiteral("starting")) +
                      QStringLiteral("\u2026"));
-    } else if (job->status == QLatin1String("ready")) {
-        area.kind = isSourceMode(*job) ? StatusArea::Kind::local : StatusArea::Kind::download;
-    } else if (job->status == QLatin1String("failed")) {
+        break;
+    case JobStatus::ready:
+        area.kind = job->isSourceBuild() ? StatusArea::Kind::local : StatusArea::Kind::download;
+        break;
+    case JobStatus::failed:
         area.kind = StatusArea::Kind::failed;
         area.text = QStringLiteral("Build failed. Send another message to try again.");
+        break;
+    case JobStatus::unknown:
+        break; // a status the client does not know shows nothing
     }
     return area;
 }

@@ -122,9 +122,7 @@ void LocalBuilds::setToolchainChecked(bool checked)
 
 void LocalBuilds::handle(const QString& project, const Job& job, int fixesSoFar, API& api)
 {
-    const bool sourceMode =
-        job.mode && (*job.mode == QLatin1String("source") || *job.mode == QLatin1String("source-fix"));
-    if (job.status != QLatin1String("ready") || !sourceMode || !job.sourceUrl)
+    if (!(job.status == JobStatus::ready) || !job.isSourceBuild() || !job.sourceUrl)
         return;
     if (m_states.contains(job.id) || m_running.contains(job.id))
         return;

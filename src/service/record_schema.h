@@ -3,6 +3,8 @@
 // A table of fields per record, built at compile time from member pointers. The streaming reader
 // and the writer walk these tables with explicit stacks, so neither recurses with the data's depth.
 
+#include "job_state.h"
+
 #include <QList>
 #include <QString>
 #include <cstdint>
@@ -85,6 +87,11 @@ template <class T> struct Shared<std::shared_ptr<const T>> : std::true_type
     using type = T;
 };
 
+template <class T> struct CodedText : std::false_type
+{};
+template <class E> struct CodedText<Coded<E>> : std::true_type
+{};
+
 template <auto Member> struct MemberInfo;
 template <class R, class M, M R::*Member> struct MemberInfo<Member>
 {
@@ -142,7 +149,14 @@ template <auto Member> constexpr Field field(std::string_view key)
         f.present = [](const void*) { return true; };
     }
 
-    if constexpr (std::is_same_v<V, QString>) {
+    if constexpr (CodedText<V>::value) {
+        // A closed set of values, as text: read into the value it names, written back as it came.
+        f.kind = Kind::String;
+        f.setString = [](void* r, QString&& v) { value<V>(ref<Member>(r)) = V::fromText(std::move(v)); };
+        f.getString = [](const void* r, std::size_t) -> const QString& {
+            return cvalue(cref<Member>(r)).text();
+        };
+    } else if constexpr (std::is_same_v<V, QString>) {
         f.kind = Kind::String;
         f.setString = [](void* r, QString&& v) { value<QString>(ref<Member>(r)) = std::move(v); };
         f.getString = [](const void* r, std::size_t) -> const QString& { return cvalue(cref<Member>(r)); };

@@ -3,6 +3,8 @@
 // The JSON records exchanged with the service. Keys are the field names as written; optional fields
 // are std::optional (missing and null both decode to absent); unknown keys are ignored.
 
+#include "job_state.h"
+
 #include <QList>
 #include <QString>
 #include <cstdint>
@@ -31,17 +33,22 @@ struct Message
 struct Job
 {
     QString id;
-    QString status;
+    Coded<JobStatus> status;
     std::optional<QString> stage;
     std::optional<QString> downloadUrl;
     std::optional<QString> error;
-    std::optional<QString> mode;
+    std::optional<Coded<JobMode>> mode;
     std::optional<QString> sourceUrl;
     std::optional<QString> appName;
     std::optional<QString> version;
     std::optional<QString> dmgUrl;
     std::optional<QString> createdAt;
     std::optional<QString> iconUrl;
+
+    // Queued or building: the service is still at work on it.
+    bool isActive() const { return status == JobStatus::queued || status == JobStatus::building; }
+    // Written as source for a build on this machine, first or in answer to a fix request.
+    bool isSourceBuild() const { return mode && (*mode == JobMode::source || *mode == JobMode::sourceFix); }
 };
 
 struct ProjectDetail

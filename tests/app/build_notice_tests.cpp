@@ -11,8 +11,9 @@ Job job(const QString& id, const QString& status, std::optional<QString> mode = 
 {
     Job j;
     j.id = id;
-    j.status = status;
-    j.mode = std::move(mode);
+    j.status = Coded<JobStatus>::fromText(status);
+    if (mode)
+        j.mode = Coded<JobMode>::fromText(*mode);
     return j;
 }
 

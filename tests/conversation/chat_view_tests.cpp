@@ -546,7 +546,7 @@ TEST_F(ChatViewTest, DownloadAreaOffersTheDiskImageFirstAndTheArchiveInstead)
     ChatView view(api, local, project());
     Job withDmg;
     withDmg.id = QStringLiteral("a");
-    withDmg.status = QStringLiteral("ready");
+    withDmg.status = JobStatus::ready;
     withDmg.dmgUrl = QStringLiteral("https://x/a.dmg");
     DownloadArea area = view.downloadArea(withDmg);
     ASSERT_EQ(area.buttons.size(), 2);
@@ -675,8 +675,8 @@ TEST_F(ChatViewTest, LocalAreaBeforeAnyLocalStateSaysTheCodeIsDownloading)
     ChatView view(api, local, project());
     Job source;
     source.id = QStringLiteral("none-yet");
-    source.status = QStringLiteral("ready");
-    source.mode = QStringLiteral("source");
+    source.status = JobStatus::ready;
+    source.mode = JobMode::source;
     const LocalArea waiting = view.localStatus(source);
     EXPECT_TRUE(waiting.spinner);
     EXPECT_EQ(waiting.text, QStringLiteral("Downloading the code\u2026"));

@@ -40,8 +40,8 @@ Job sourceJob(const QString& id, const QString& url, const QString& mode = QStri
 {
     Job job;
     job.id = id;
-    job.status = QStringLiteral("ready");
-    job.mode = mode;
+    job.status = JobStatus::ready;
+    job.mode = Coded<JobMode>::fromText(mode);
     job.sourceUrl = url;
     job.version = QStringLiteral("1.0");
     return job;
@@ -105,7 +105,7 @@ TEST_F(LocalBuildsTest, JobWithoutASourceAddressOrOfAnotherModeIsIgnored)
     Job noMode = sourceJob(QStringLiteral("c"), QStringLiteral("https://x/c.zip"));
     noMode.mode.reset();
     Job building = sourceJob(QStringLiteral("d"), QStringLiteral("https://x/d.zip"));
-    building.status = QStringLiteral("building");
+    building.status = JobStatus::building;
     for (const Job& job : {noAddress, cloud, noMode, building})
         local.handle(QStringLiteral("p1"), job, 0, *m_api);
     EXPECT_TRUE(local.states().isEmpty());

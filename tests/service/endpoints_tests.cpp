@@ -163,7 +163,7 @@ TEST_F(EndpointTest, DetailWhoseJobsAreGivenTwiceKeepsTheLastList)
     ASSERT_TRUE(detail.ok()) << detail.errorText().toStdString();
     ASSERT_EQ(detail.value->jobs.size(), 1) << "the two lists are not joined";
     EXPECT_EQ(detail.value->jobs[0].id, QStringLiteral("new"));
-    EXPECT_EQ(detail.value->jobs[0].status, QStringLiteral("queued"));
+    EXPECT_EQ(detail.value->jobs[0].status, JobStatus::queued);
 }
 
 TEST_F(EndpointTest, LibraryAndLibraryDetailReadTheirRecords)

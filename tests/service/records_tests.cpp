@@ -55,7 +55,7 @@ TEST(Records, JobWithOnlyIdAndStatusDecodesWithEveryOtherFieldAbsent)
 {
     const auto job = decode<Job>(R"({"id":"j1","status":"queued"})");
     EXPECT_EQ(job.id, QStringLiteral("j1"));
-    EXPECT_EQ(job.status, QStringLiteral("queued"));
+    EXPECT_EQ(job.status, JobStatus::queued);
     EXPECT_FALSE(job.stage || job.downloadUrl || job.error || job.mode || job.sourceUrl || job.appName ||
                  job.version || job.dmgUrl || job.createdAt || job.iconUrl);
 }
@@ -66,13 +66,45 @@ TEST(Records, JobWithEveryFieldDecodesEachOne)
     EXPECT_EQ(job.stage, QStringLiteral("compiling"));
     EXPECT_EQ(job.downloadUrl, QStringLiteral("https://x.test/a.zip"));
     EXPECT_EQ(job.error, QStringLiteral("boom"));
-    EXPECT_EQ(job.mode, QStringLiteral("source"));
+    ASSERT_TRUE(job.mode.has_value());
+    EXPECT_EQ(*job.mode, JobMode::source);
+    EXPECT_EQ(job.mode->text(), QStringLiteral("source"));
     EXPECT_EQ(job.sourceUrl, QStringLiteral("https://x.test/s.zip"));
     EXPECT_EQ(job.appName, QStringLiteral("Notes"));
     EXPECT_EQ(job.version, QStringLiteral("1.2"));
     EXPECT_EQ(job.dmgUrl, QStringLiteral("https://x.test/a.dmg"));
     EXPECT_EQ(job.createdAt, QStringLiteral("2026-11-01T10:00:00.123Z"));
     EXPECT_EQ(job.iconUrl, QStringLiteral("/icons/notes.png"));
+}
+
+TEST(Records, JobStatusAndModeAreTypedAndAnUnknownOneKeepsItsText)
+{
+    const auto known = decode<Job>(R"({"id":"j","status":"building","mode":"source-fix"})");
+    EXPECT_EQ(known.status.value(), JobStatus::building);
+    EXPECT_EQ(known.mode->value(), JobMode::sourceFix);
+    EXPECT_TRUE(known.isActive());
+    EXPECT_TRUE(known.isSourceBuild());
+
+    const QByteArray json = R"({"id":"j","status":"paused","mode":"cloud"})";
+    const auto unknown = decode<Job>(json);
+    EXPECT_EQ(unknown.status.value(), JobStatus::unknown);
+    EXPECT_EQ(unknown.status.text(), QStringLiteral("paused"));
+    EXPECT_EQ(unknown.mode->value(), JobMode::unknown);
+    EXPECT_FALSE(unknown.isActive());
+    EXPECT_FALSE(unknown.isSourceBuild());
+    EXPECT_EQ(encodeRecord(unknown), json) << "written back as it came";
+
+    // Spelled exactly: another case is another, unknown value.
+    EXPECT_EQ(decode<Job>(R"({"id":"j","status":"Ready"})").status.value(), JobStatus::unknown);
+    const auto withStatus = [](const char* status) {
+        const QByteArray json = QByteArray(R"({"id":"j","status":")") + status + QByteArray("\"}");
+        return decode<Job>(json.constData());
+    };
+    for (const char* status : {"queued", "building"})
+        EXPECT_TRUE(withStatus(status).isActive()) << status;
+    for (const char* status : {"ready", "failed"})
+        EXPECT_FALSE(withStatus(status).isActive()) << status;
+    EXPECT_FALSE(decode<Job>(R"({"id":"j","status":"ready"})").isSourceBuild()) << "no mode";
 }
 
 TEST(Records, JobWithoutStatusFailsTheWholeProjectDetail)
@@ -93,8 +125,7 @@ TEST(Records, KeyGivenTwiceTakesItsLastValue)
     EXPECT_EQ(detail.jobs[0].id, QStringLiteral("c"));
     EXPECT_EQ(detail.project.name, QStringLiteral("Second"));
     EXPECT_FALSE(detail.project.unsafe.has_value()) << "the whole first object is gone";
-    EXPECT_EQ(decode<Job>(R"({"id":"j","status":"queued","status":"ready"})").status,
-              QStringLiteral("ready"));
+    EXPECT_EQ(decode<Job>(R"({"id":"j","status":"queued","status":"ready"})").status, JobStatus::ready);
     EXPECT_FALSE(decode<Job>(R"({"id":"j","status":"ready","stage":"x","stage":null})").stage.has_value());
     EXPECT_EQ(decode<FavoriteSlugsResp>(R"({"slugs":["a","b"],"slugs":["c"]})").slugs,
               QList<QString>() << QStringLiteral("c"));
@@ -108,7 +139,7 @@ TEST(Records, KeyGivenTwiceForgetsWhatWasWrongWithItsEarlierValue)
         R"("jobs":[{"id":"a"},{"id":5,"status":[1,2]}],"jobs":[{"id":"b","status":"ready"}]})");
     ASSERT_EQ(detail.jobs.size(), 1);
     EXPECT_EQ(detail.jobs[0].id, QStringLiteral("b"));
-    EXPECT_EQ(decode<Job>(R"({"id":"j","status":7,"status":"ready"})").status, QStringLiteral("ready"));
+    EXPECT_EQ(decode<Job>(R"({"id":"j","status":7,"status":"ready"})").status, JobStatus::ready);
     EXPECT_EQ(decode<Project>(R"({"id":"p","name":"N","unsafe":"yes","unsafe":false})").unsafe, false);
     // A value that is wrong in the last occurrence still fails, as does one in a key given once.
     const std::string failure = decodeFailure<Job>(R"({"id":"j","status":"ready","status":7})");

@@ -297,7 +297,7 @@ TEST_F(ChatViewWidgetTest, WhileABuildRunsOrTheTextIsBlankReturnSendsNothingAndK
     QTest::keyClick(widget->composer()->textView(), Qt::Key_Return);
     EXPECT_FALSE(widget->chatView()->sending()) << "a send would be on its way from the key press on";
     EXPECT_EQ(requests(), before);
-    EXPECT_EQ(widget->chatView()->latest()->status, QStringLiteral("ready")) << "no new job";
+    EXPECT_EQ(widget->chatView()->latest()->status, JobStatus::ready) << "no new job";
 }
 
 TEST_F(ChatViewWidgetTest, SourceJobIsBuiltOnThisMachineThroughEveryPhaseToTheSavedApp)
@@ -424,7 +424,7 @@ TEST_F(ChatViewWidgetTest, MinimisedOrHiddenConversationKeepsPollingUntilTheScre
     clock->advance();
     ASSERT_TRUE(spinUntil([&] { return refreshed.size() == 1 && clock->waiting(); }));
     EXPECT_TRUE(widget->chatView()->polling());
-    EXPECT_EQ(widget->chatView()->latest()->status, QStringLiteral("ready"))
+    EXPECT_EQ(widget->chatView()->latest()->status, JobStatus::ready)
         << "the hidden conversation followed the service";
 
     const int waits = int(clock->waits.size());

@@ -206,7 +206,7 @@ QCoro::Task<int> runSoak(TimedApplication& app, SoakOptions options)
             // Keeps jobs coming, so the conversation and the command line have builds to follow.
             auto* chat = qobject_cast<ui::ChatViewWidget*>(window.detail());
             const std::optional<Job> latest = chat ? chat->chatView()->latest() : std::nullopt;
-            if (chat && (!latest || !ChatView::isActive(*latest)))
+            if (chat && (!latest || !latest->isActive()))
                 api.send(QStringLiteral("Make the buttons a little larger."), options.project, false);
             nextActivity = now + 20'000;
         }
@@ -240,10 +240,10 @@ QCoro::Task<int> runSoak(TimedApplication& app, SoakOptions options)
     } catch (const std::exception& e) {
         findings.recovery << QStringLiteral("the service still fails: ") + QString::fromUtf8(e.what());
     }
-    const QString truthStatus = truth.jobs.isEmpty() ? QString() : truth.jobs.front().status;
+    const QString truthStatus = truth.jobs.isEmpty() ? QString() : truth.jobs.front().status.text();
     const bool conversationRight = co_await within(twoRounds, [&] {
         const std::optional<Job> latest = chat ? chat->chatView()->latest() : std::nullopt;
-        return chat && chat->chatView()->loaded() && latest && latest->status == truthStatus;
+        return chat && chat->chatView()->loaded() && latest && latest->status.text() == truthStatus;
     });
     if (!conversationRight)
         findings.recovery << QStringLiteral("the conversation did not show the newest job's status");
