@@ -17,12 +17,12 @@
 //
 //   bench_chat_window [open|refresh|scroll|all] [--rounds=N]
 
-#include "app/desktop.h"
-#include "app/icon_loader.h"
 #include "bench_support.h"
 #include "conversation/chat_view.h"
 #include "localbuild/local_builds.h"
+#include "platform/desktop.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
 #include "service_thread.h"
 #include "temp_home.h"
 #include "ui/conversation/bubble_list_model.h"

@@ -7,13 +7,13 @@
 //
 //   bench_gallery [--rounds=N]
 
-#include "app/desktop.h"
-#include "app/icon_loader.h"
 #include "bench_support.h"
 #include "gallery_service.h"
 #include "library/gallery_view.h"
+#include "platform/desktop.h"
 #include "recording_server.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
 #include "task_runner.h"
 #include "temp_home.h"
 #include "tick_watch.h"

@@ -6,11 +6,11 @@
 //
 //   bench_library [--rounds=N] [--levels=N]
 
-#include "app/desktop.h"
-#include "app/icon_loader.h"
 #include "bench_support.h"
+#include "platform/desktop.h"
 #include "recording_server.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
 #include "service_thread.h"
 #include "task_runner.h"
 #include "temp_home.h"

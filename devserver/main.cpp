@@ -3,10 +3,10 @@
 // The first line on stdout is the base address and nothing else ever goes there, so scripts and
 // tests can start the server on port 0 and read where it ended up. Logs go to stderr.
 
-#include "app/quit_on_signals.h"
 #include "certificate.h"
 #include "dev_server.h"
 #include "options.h"
+#include "platform/quit_on_signals.h"
 #include "store.h"
 
 #include <QCommandLineParser>

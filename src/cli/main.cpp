@@ -1,9 +1,9 @@
-#include "app/process_end.h"
-#include "app/quit_on_signals.h"
-#include "app/version.h"
 #include "arguments.h"
 #include "commands.h"
 #include "console.h"
+#include "platform/process_end.h"
+#include "platform/quit_on_signals.h"
+#include "platform/version.h"
 #include "service/api.h"
 #include "terminal_dialogs.h"
 

@@ -1,8 +1,8 @@
 // What the conversation shows for its newest job, and the buttons shown there.
 
-#include "app/desktop.h"
 #include "chat_view.h"
 #include "localbuild/local_builds.h"
+#include "platform/desktop.h"
 #include "service/api.h"
 
 #include <QFileInfo>

@@ -1,17 +1,15 @@
 #include "new_project_view.h"
 
-#include "app/dialogs.h"
-#include "app/user_defaults.h"
 #include "localbuild/compile.h"
 #include "localbuild/local_builds.h"
+#include "platform/dialogs.h"
+#include "platform/settings.h"
 #include "service/api.h"
 
 #include <stdexcept>
 
 namespace brightloom {
 
-const QString NewProjectView::locationKey = QStringLiteral("buildLocation");
-const QString NewProjectView::acknowledgedKey = QStringLiteral("localBuildAcknowledged");
 const QString NewProjectView::cloud = QStringLiteral("cloud");
 const QString NewProjectView::local = QStringLiteral("local");
 
@@ -36,9 +34,7 @@ namespace {
 // Anything but "local" in the store counts as the default.
 QString storedLocation()
 {
-    const QString stored =
-        userDefaults()->value(NewProjectView::locationKey, NewProjectView::cloud).toString();
-    return stored == NewProjectView::local ? NewProjectView::local : NewProjectView::cloud;
+    return Settings::buildLocation() == NewProjectView::local ? NewProjectView::local : NewProjectView::cloud;
 }
 
 Alert localBuildAlert()
@@ -89,7 +85,7 @@ void NewProjectView::setPrompt(const QString& prompt)
 void NewProjectView::setLocation(const QString& location)
 {
     const QString value = location == local ? local : cloud;
-    userDefaults()->setValue(locationKey, value);
+    Settings::setBuildLocation(value);
     changeLocation(value);
 }
 
@@ -112,7 +108,7 @@ void NewProjectView::changeLocation(const QString& location)
 bool NewProjectView::acknowledged() const
 {
     // Read from the store every time: another process of the client may have accepted meanwhile.
-    return userDefaults()->value(acknowledgedKey, false).toBool();
+    return Settings::localBuildAcknowledged();
 }
 
 std::optional<LinkNotice> NewProjectView::linkNotice() const
@@ -221,7 +217,7 @@ bool NewProjectView::confirmLocalBuild()
         return true;
     if (m_dialogs.ask(localBuildAlert()) != 0)
         return false;
-    userDefaults()->setValue(acknowledgedKey, true);
+    Settings::setLocalBuildAcknowledged(true);
     Q_EMIT acknowledgedChanged();
     return true;
 }

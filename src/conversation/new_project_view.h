@@ -34,10 +34,8 @@ class NewProjectView final : public QObject
 
 public:
     // Settings of the shared store, and their values.
-    static const QString locationKey;     // "buildLocation"
-    static const QString acknowledgedKey; // "localBuildAcknowledged"
-    static const QString cloud;           // "cloud", the default
-    static const QString local;           // "local"
+    static const QString cloud; // "cloud", the default
+    static const QString local; // "local"
 
     // Texts the screen shows.
     static const QString xcodeNeededForImport;

@@ -1,6 +1,6 @@
 #include "repo_link.h"
 
-#include "app/dialogs.h"
+#include "platform/dialogs.h"
 
 #include <QRegularExpression>
 #include <QSet>

@@ -1,6 +1,6 @@
 #include "gallery_view.h"
 
-#include "app/desktop.h"
+#include "platform/desktop.h"
 #include "service/api.h"
 
 #include <stdexcept>

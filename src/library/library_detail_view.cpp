@@ -1,6 +1,6 @@
 #include "library_detail_view.h"
 
-#include "app/desktop.h"
+#include "platform/desktop.h"
 #include "service/api.h"
 
 #include <qcoro/qcorofuture.h>

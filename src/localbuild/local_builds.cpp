@@ -1,7 +1,7 @@
 #include "local_builds.h"
 
-#include "app/user_defaults.h"
 #include "bundle_info.h"
+#include "platform/settings.h"
 #include "process_runner.h"
 #include "service/api.h"
 #include "service/api_error.h"
@@ -19,8 +19,6 @@
 #include <utility>
 
 namespace brightloom {
-
-const QString LocalBuilds::savedKey = QStringLiteral("localBuiltApps");
 
 namespace {
 
@@ -44,20 +42,6 @@ QString describe(const std::exception_ptr& error)
     } catch (...) {
         return QStringLiteral("The build stopped for an unknown reason.");
     }
-}
-
-// The remembered apps, or nothing when the stored value has another form than job id → path.
-std::optional<QVariantMap> rememberedApps(QSettings& settings)
-{
-    const QVariant value = settings.value(LocalBuilds::savedKey);
-    if (!value.isValid() || value.typeId() != QMetaType::QVariantMap)
-        return std::nullopt;
-    QVariantMap map = value.toMap();
-    for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        if (it.value().typeId() != QMetaType::QString)
-            return std::nullopt;
-    }
-    return map;
 }
 
 } // namespace
@@ -289,11 +273,10 @@ LocalPipeline::Log LocalBuilds::appender(const QString& job)
 
 std::optional<QString> LocalBuilds::saved(const QString& job) const
 {
-    auto settings = userDefaults();
-    const auto apps = rememberedApps(*settings);
+    const auto apps = Settings::localBuiltApps();
     if (!apps || !apps->contains(job))
         return std::nullopt;
-    const QString path = apps->value(job).toString();
+    const QString path = apps->value(job);
     if (path.isEmpty() || !QFileInfo::exists(path))
         return std::nullopt;
     return path;
@@ -301,11 +284,9 @@ std::optional<QString> LocalBuilds::saved(const QString& job) const
 
 void LocalBuilds::remember(const QString& job, const QString& app)
 {
-    auto settings = userDefaults();
-    QVariantMap apps = rememberedApps(*settings).value_or(QVariantMap());
+    QMap<QString, QString> apps = Settings::localBuiltApps().value_or(QMap<QString, QString>());
     apps.insert(job, QFileInfo(app).absoluteFilePath());
-    settings->setValue(savedKey, apps);
-    settings->sync();
+    Settings::setLocalBuiltApps(apps);
 }
 
 QFuture<void> LocalBuilds::startRemembering(QString job, QString app)

@@ -30,8 +30,6 @@ class LocalBuilds final : public QObject
         bool toolchainChecked READ toolchainChecked WRITE setToolchainChecked NOTIFY toolchainCheckedChanged)
 
 public:
-    // The settings key of the remembered apps: job id → absolute path of the saved bundle.
-    static const QString savedKey;
     // Fix requests a chain of jobs may make before the build gives up.
     static constexpr int fixLimit = 3;
 

@@ -1,7 +1,7 @@
 #include "process_runner.h"
 
-#include "app/process_end.h"
 #include "child_launch.h"
+#include "platform/process_end.h"
 #include "text/lossy_utf8.h"
 #include "threads/background_priority.h"
 #include "threads/system_roads.h"

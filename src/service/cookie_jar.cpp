@@ -1,7 +1,7 @@
 #include "cookie_jar.h"
 
-#include "app/paths.h"
 #include "cookie_file.h"
+#include "platform/paths.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,7 +1,7 @@
 #include "dmg_downloads.h"
 
 #include "api.h"
-#include "app/desktop.h"
+#include "platform/desktop.h"
 
 namespace brightloom {
 

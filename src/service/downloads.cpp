@@ -2,10 +2,10 @@
 
 #include "api.h"
 #include "api_error.h"
-#include "app/paths.h"
 #include "archive/zip_extraction.h"
 #include "file_download.h"
 #include "move_without_replacing.h"
+#include "platform/paths.h"
 #include "text/characters.h"
 #include "text/file_names.h"
 

@@ -2,9 +2,9 @@
 // sign-in finishes), it hands the address to the running window and exits; started plainly while a
 // window runs, it brings that window to the front.
 
-#include "app/process_end.h"
-#include "app/quit_on_signals.h"
-#include "app/version.h"
+#include "platform/process_end.h"
+#include "platform/quit_on_signals.h"
+#include "platform/version.h"
 #include "ui/app/brightloom_app.h"
 #include "ui/app/first_frame_exit.h"
 #include "ui/app/palette.h"

@@ -1,7 +1,7 @@
-#include "app/desktop.h"
 #include "conversation/chat_view.h"
 #include "hand_clock.h"
 #include "localbuild/local_builds.h"
+#include "platform/desktop.h"
 #include "qt_printers.h"
 #include "recording_server.h"
 #include "service/api.h"

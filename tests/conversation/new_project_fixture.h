@@ -4,12 +4,12 @@
 // "p-new" (or what the test scripts), and the project list reloads. The screen's settings start at
 // their defaults; the developer tools are the stand-ins unless a test takes them away.
 
-#include "app/scripted_dialogs.h"
-#include "app/user_defaults.h"
 #include "conversation/new_project_view.h"
 #include "localbuild/local_builds.h"
+#include "platform/settings.h"
 #include "qt_printers.h"
 #include "recording_server.h"
+#include "scripted_dialogs.h"
 #include "service/api.h"
 #include "task_runner.h"
 #include "temp_home.h"
@@ -65,9 +65,9 @@ protected:
 
     static void resetSettings()
     {
-        auto settings = userDefaults();
-        settings->remove(NewProjectView::locationKey);
-        settings->remove(NewProjectView::acknowledgedKey);
+        auto settings = Settings::store();
+        settings->remove(Settings::buildLocationKey);
+        settings->remove(Settings::localBuildAcknowledgedKey);
     }
 
     std::unique_ptr<NewProjectView> makeView()

@@ -88,7 +88,7 @@ TEST_F(NewProjectViewTest, LocalBuildAsksOnceWithTheCompileWarningAndSendsSource
     EXPECT_EQ(createBodies()[0], object({{QStringLiteral("prompt"), QStringLiteral("a timer")},
                                          {QStringLiteral("mode"), QStringLiteral("source")}}));
     EXPECT_TRUE(view->acknowledged());
-    EXPECT_EQ(userDefaults()->value(QStringLiteral("localBuildAcknowledged")), QVariant(true));
+    EXPECT_EQ(Settings::store()->value(QStringLiteral("localBuildAcknowledged")), QVariant(true));
 
     build(*view);
     const auto restarted = makeView();
@@ -101,8 +101,8 @@ TEST_F(NewProjectViewTest, LocalBuildAsksOnceWithTheCompileWarningAndSendsSource
 
 TEST_F(NewProjectViewTest, LocalBuildAlreadyAcknowledgedStartsWithoutAnyAlert)
 {
-    userDefaults()->setValue(QStringLiteral("localBuildAcknowledged"), true);
-    userDefaults()->setValue(QStringLiteral("buildLocation"), QStringLiteral("local"));
+    Settings::store()->setValue(QStringLiteral("localBuildAcknowledged"), true);
+    Settings::store()->setValue(QStringLiteral("buildLocation"), QStringLiteral("local"));
     const auto view = makeView();
     EXPECT_EQ(view->location(), QStringLiteral("local"));
     view->setPrompt(QStringLiteral("a timer"));

@@ -1,5 +1,5 @@
-#include "app/scripted_dialogs.h"
 #include "conversation/repo_link.h"
+#include "scripted_dialogs.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "app/user_defaults.h"
 #include "localbuild/local_builds.h"
 #include "localbuild/local_pipeline.h"
+#include "platform/settings.h"
 #include "qt_printers.h"
 #include "recording_server.h"
 #include "service/api.h"
@@ -164,9 +164,10 @@ TEST_F(LocalBuildsTest, SuccessfulBuildIsDoneSavedAndRemembered)
     EXPECT_FALSE(done.error);
     EXPECT_EQ(phases, (QList<LocalState::Phase>{LocalState::Phase::downloading, LocalState::Phase::compiling,
                                                 LocalState::Phase::packaging, LocalState::Phase::done}));
-    const auto settings = userDefaults();
-    EXPECT_EQ(settings->value(LocalBuilds::savedKey).toMap().value(QStringLiteral("abcdef123456")).toString(),
-              *done.app);
+    const auto settings = Settings::store();
+    EXPECT_EQ(
+        settings->value(Settings::localBuiltAppsKey).toMap().value(QStringLiteral("abcdef123456")).toString(),
+        *done.app);
 }
 
 TEST_F(LocalBuildsTest, RememberedAppThatStillExistsGoesStraightToDoneWithNoLog)
@@ -174,8 +175,8 @@ TEST_F(LocalBuildsTest, RememberedAppThatStillExistsGoesStraightToDoneWithNoLog)
     const QString app = home.path() + QStringLiteral("/Downloads/Timer.app");
     ASSERT_TRUE(QDir().mkpath(app));
     {
-        auto settings = userDefaults();
-        settings->setValue(LocalBuilds::savedKey, QVariantMap{{QStringLiteral("j-saved"), app}});
+        auto settings = Settings::store();
+        settings->setValue(Settings::localBuiltAppsKey, QVariantMap{{QStringLiteral("j-saved"), app}});
     }
     LocalBuilds local;
     local.handle(QStringLiteral("p1"),
@@ -192,8 +193,8 @@ TEST_F(LocalBuildsTest, RememberedAppThatStillExistsGoesStraightToDoneWithNoLog)
 TEST_F(LocalBuildsTest, RememberedAppThatWasDeletedIsBuiltAgain)
 {
     {
-        auto settings = userDefaults();
-        settings->setValue(LocalBuilds::savedKey,
+        auto settings = Settings::store();
+        settings->setValue(Settings::localBuiltAppsKey,
                            QVariantMap{{QStringLiteral("j-deleted"),
                                         QString(home.path() + QStringLiteral("/gone/Timer.app"))}});
     }
@@ -207,16 +208,17 @@ TEST_F(LocalBuildsTest, RememberedAppThatWasDeletedIsBuiltAgain)
 TEST_F(LocalBuildsTest, MalformedRememberedAppsCountAsEmptyAndAreReplacedWhenRemembering)
 {
     {
-        auto settings = userDefaults();
-        settings->setValue(LocalBuilds::savedKey, QStringLiteral("not a map"));
+        auto settings = Settings::store();
+        settings->setValue(Settings::localBuiltAppsKey, QStringLiteral("not a map"));
     }
     const QString url = serve(QStringLiteral("fresh.zip"), sourceZip(goodSwift));
     LocalBuilds local;
     const LocalState state = build(local, sourceJob(QStringLiteral("j-fresh"), url));
     ASSERT_EQ(state.phase, LocalState::Phase::done);
-    const auto settings = userDefaults();
-    EXPECT_EQ(settings->value(LocalBuilds::savedKey).toMap().value(QStringLiteral("j-fresh")).toString(),
-              *state.app);
+    const auto settings = Settings::store();
+    EXPECT_EQ(
+        settings->value(Settings::localBuiltAppsKey).toMap().value(QStringLiteral("j-fresh")).toString(),
+        *state.app);
 }
 
 TEST_F(LocalBuildsTest, CompileFailureWithTwoFixesSoFarSendsOneFixRequest)
@@ -393,7 +395,7 @@ TEST_F(LocalBuildsTest, OutputArrivingAfterTheControllerIsGoneIsDropped)
     drainPostedEvents();
     EXPECT_FALSE(*packaged);
     EXPECT_TRUE(QDir(home.downloadsFolder()).isEmpty() || !QFileInfo::exists(home.downloadsFolder()));
-    EXPECT_FALSE(userDefaults()->value(LocalBuilds::savedKey).toMap().contains(job.id));
+    EXPECT_FALSE(Settings::store()->value(Settings::localBuiltAppsKey).toMap().contains(job.id));
 }
 
 TEST_F(LocalBuildsTest, ControllerThatGoesEndsTheToolsOfItsBuildsAndWhatTheyStarted)

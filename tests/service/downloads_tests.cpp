@@ -1,5 +1,5 @@
-#include "app/desktop.h"
 #include "memory_peak.h"
+#include "platform/desktop.h"
 #include "raw_zip.h"
 #include "recording_server.h"
 #include "service/api.h"

@@ -2,14 +2,13 @@
 // wide it gets, how the list scrolls and keeps its place, selecting and copying text, and what a
 // refresh touches.
 
-#include "app/accent.h"
-#include "app/icon_loader.h"
 #include "conversation/chat_view.h"
 #include "localbuild/local_builds.h"
 #include "qt_printers.h"
 #include "recording_desktop.h"
 #include "recording_server.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
 #include "task_runner.h"
 #include "temp_home.h"
 #include "ui/app/palette.h"
@@ -18,6 +17,7 @@
 #include "ui/conversation/bubble_list_view.h"
 #include "ui/conversation/chat_view_widget.h"
 #include "ui/conversation/status_area_widget.h"
+#include "ui/shared/accent.h"
 #include "ui/shared/metrics.h"
 
 #include <QAccessible>

@@ -2,7 +2,6 @@
 // control interface: sending, the status texts, downloading and opening the result, and the build
 // on this machine with the stand-in developer tools.
 
-#include "app/icon_loader.h"
 #include "conversation/chat_view.h"
 #include "devserver_client.h"
 #include "hand_clock.h"
@@ -11,6 +10,7 @@
 #include "recording_desktop.h"
 #include "recording_server.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
 #include "task_runner.h"
 #include "temp_home.h"
 #include "ui/conversation/bubble_list_model.h"

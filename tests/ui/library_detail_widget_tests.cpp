@@ -1,5 +1,4 @@
 #include "accessible_walk.h"
-#include "app/icon_loader.h"
 #include "library/github_sync_view.h"
 #include "library/library_detail_view.h"
 #include "library/library_view.h"
@@ -7,6 +6,7 @@
 #include "qt_printers.h"
 #include "recording_desktop.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
 #include "task_runner.h"
 #include "tick_watch.h"
 #include "ui/library/github_sync_view_widget.h"

@@ -1,13 +1,13 @@
 // The library in the window against the stand-in service: from the list to an app's page, a
 // version's download and a new project started from it.
 
-#include "app/icon_loader.h"
 #include "library/library_detail_view.h"
 #include "library/library_view.h"
 #include "library_service.h"
 #include "qt_printers.h"
 #include "recording_desktop.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
 #include "task_runner.h"
 #include "ui/library/library_detail_view_widget.h"
 #include "ui/library/library_view_widget.h"

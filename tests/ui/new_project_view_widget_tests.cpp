@@ -1,15 +1,15 @@
 #include "accessible_walk.h"
-#include "app/icon_loader.h"
-#include "app/scripted_dialogs.h"
-#include "app/user_defaults.h"
 #include "conversation/new_project_view.h"
 #include "gallery_service.h"
 #include "library/gallery_view.h"
 #include "localbuild/local_builds.h"
+#include "platform/settings.h"
 #include "qt_printers.h"
 #include "recording_desktop.h"
 #include "recording_server.h"
+#include "scripted_dialogs.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
 #include "task_runner.h"
 #include "temp_home.h"
 #include "ui/conversation/composer.h"
@@ -79,9 +79,9 @@ protected:
 
     static void resetSettings()
     {
-        auto settings = userDefaults();
-        settings->remove(NewProjectView::locationKey);
-        settings->remove(NewProjectView::acknowledgedKey);
+        auto settings = Settings::store();
+        settings->remove(Settings::buildLocationKey);
+        settings->remove(Settings::localBuildAcknowledgedKey);
     }
 
     // A fresh screen, as the main screen makes one each time it shows it.
@@ -178,7 +178,7 @@ TEST_F(NewProjectWidgetTest, ReturnWithThisMacShowsTheCompileWarningOnceAndNever
 
 TEST_F(NewProjectWidgetTest, CancelledCompileWarningCreatesNothingAndKeepsTheRequest)
 {
-    userDefaults()->setValue(NewProjectView::locationKey, NewProjectView::local);
+    Settings::store()->setValue(Settings::buildLocationKey, NewProjectView::local);
     open();
     dialogs.pressNext(QStringLiteral("Cancel"));
     type(QStringLiteral("a timer"));
@@ -191,7 +191,7 @@ TEST_F(NewProjectWidgetTest, CancelledCompileWarningCreatesNothingAndKeepsTheReq
 
 TEST_F(NewProjectWidgetTest, DescriptionTurnsFromLookingForXcodeToTheFoundToolchain)
 {
-    userDefaults()->setValue(NewProjectView::locationKey, NewProjectView::local);
+    Settings::store()->setValue(Settings::buildLocationKey, NewProjectView::local);
     open(false);
     EXPECT_EQ(description(), QStringLiteral("Looking for Xcode…"));
     screen->show();
@@ -203,7 +203,7 @@ TEST_F(NewProjectWidgetTest, DescriptionTurnsFromLookingForXcodeToTheFoundToolch
 TEST_F(NewProjectWidgetTest, DescriptionTurnsFromLookingForXcodeToSwiftNotFound)
 {
     home.setEnv("BRIGHTLOOM_TOOLS_DIR", emptyTools.path().toUtf8());
-    userDefaults()->setValue(NewProjectView::locationKey, NewProjectView::local);
+    Settings::store()->setValue(Settings::buildLocationKey, NewProjectView::local);
     open(false);
     EXPECT_EQ(description(), QStringLiteral("Looking for Xcode…"));
     screen->show();
@@ -213,12 +213,12 @@ TEST_F(NewProjectWidgetTest, DescriptionTurnsFromLookingForXcodeToSwiftNotFound)
 
 TEST_F(NewProjectWidgetTest, ChoosingTheCloudSaysTheCloudBuildsAndKeepsTheChoice)
 {
-    userDefaults()->setValue(NewProjectView::locationKey, NewProjectView::local);
+    Settings::store()->setValue(Settings::buildLocationKey, NewProjectView::local);
     open();
     QTest::mouseClick(screen->picker()->cloudButton(), Qt::LeftButton);
     EXPECT_EQ(description(),
               QStringLiteral("The cloud writes, compiles and packages the app, and you download it."));
-    EXPECT_EQ(userDefaults()->value(NewProjectView::locationKey).toString(), QStringLiteral("cloud"));
+    EXPECT_EQ(Settings::store()->value(Settings::buildLocationKey).toString(), QStringLiteral("cloud"));
     EXPECT_EQ(accessibleName(screen->picker()->cloudButton()), QStringLiteral("Brightloom cloud"));
     EXPECT_EQ(accessibleName(screen->picker()->localButton()), QStringLiteral("This Mac"));
 }
@@ -250,7 +250,7 @@ TEST_F(NewProjectWidgetTest, CompileOnIsARadioGroupWhoseActionChoosesThroughTheM
     EXPECT_TRUE(local->state().checked);
     cloud->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     EXPECT_EQ(screen->model().location(), QStringLiteral("cloud"));
-    EXPECT_EQ(userDefaults()->value(NewProjectView::locationKey).toString(), QStringLiteral("cloud"));
+    EXPECT_EQ(Settings::store()->value(Settings::buildLocationKey).toString(), QStringLiteral("cloud"));
 }
 
 TEST_F(NewProjectWidgetTest, EveryControlIsNamedAndItsAccessibleActionDoesWhatAClickDoes)

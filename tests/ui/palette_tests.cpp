@@ -1,5 +1,5 @@
-#include "app/accent.h"
 #include "ui/app/palette.h"
+#include "ui/shared/accent.h"
 
 #include <QColor>
 #include <cmath>

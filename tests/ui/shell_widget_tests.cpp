@@ -1,21 +1,21 @@
 #include "accessible_walk.h"
-#include "app/auth_view.h"
-#include "app/icon_loader.h"
-#include "app/main_view.h"
-#include "app/root_view.h"
-#include "app/scripted_dialogs.h"
-#include "app/user_defaults.h"
-#include "app/version.h"
-#include "app/worker_status_banner.h"
 #include "conversation/chat_view.h"
 #include "conversation/new_project_view.h"
 #include "gallery_service.h"
 #include "library/gallery_view.h"
 #include "localbuild/local_builds.h"
+#include "platform/settings.h"
+#include "platform/version.h"
 #include "qt_printers.h"
 #include "recording_desktop.h"
 #include "recording_server.h"
+#include "scripted_dialogs.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
+#include "shell/auth_view.h"
+#include "shell/main_view.h"
+#include "shell/root_view.h"
+#include "shell/worker_status_banner.h"
 #include "task_runner.h"
 #include "temp_home.h"
 #include "ui/app/auth_view_widget.h"
@@ -533,7 +533,7 @@ TEST_F(ShellWidgetTest, EveryMainScreenControlIsNamedAndItsAccessibleActionDoesW
     expectActionsDoWhatClicksDo(
         [&]() -> QWidget* {
             main.reset();
-            userDefaults()->remove(NewProjectView::locationKey);
+            Settings::store()->remove(Settings::buildLocationKey);
             main = std::make_unique<MainViewWidget>(
                 *api, *local, windowScreens(*api, *local, icons, desktop, dialogs), nullptr);
             main->resize(1000, 640);

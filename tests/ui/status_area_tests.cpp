@@ -2,13 +2,12 @@
 // and pieces each state of the newest job shows, and that a refresh without change redraws nothing.
 
 #include "accessible_walk.h"
-#include "app/accent.h"
-#include "app/icon_loader.h"
 #include "conversation/chat_view.h"
 #include "localbuild/local_builds.h"
 #include "recording_desktop.h"
 #include "recording_server.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
 #include "task_runner.h"
 #include "temp_home.h"
 #include "ui/conversation/chat_button_row.h"
@@ -16,6 +15,7 @@
 #include "ui/conversation/download_area_widget.h"
 #include "ui/conversation/progress_row.h"
 #include "ui/conversation/status_area_widget.h"
+#include "ui/shared/accent.h"
 #include "ui/shared/app_header.h"
 #include "ui/shared/busy_spinner.h"
 #include "ui/shared/elapsed_seconds_label.h"

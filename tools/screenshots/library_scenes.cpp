@@ -2,12 +2,12 @@
 // and each state of the GitHub panel. The stand-in service is prepared through its own paths and
 // its control interface, the same way in the light and the dark run, so both show the same apps.
 
-#include "app/desktop.h"
-#include "app/icon_loader.h"
 #include "library/github_sync_view.h"
 #include "library/library_view.h"
+#include "platform/desktop.h"
 #include "scene.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
 #include "ui/library/github_sync_view_widget.h"
 #include "ui/library/library_detail_view_widget.h"
 #include "ui/library/library_view_widget.h"

@@ -3,11 +3,11 @@
 //
 //   brightloom_screenshots --out DIR [SCENE...]
 
-#include "app/desktop.h"
-#include "app/icon_loader.h"
 #include "localbuild/local_builds.h"
+#include "platform/desktop.h"
 #include "scene.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
 #include "ui/app/palette.h"
 #include "ui/app/window_screens.h"
 #include "ui/desktop/widget_dialogs.h"

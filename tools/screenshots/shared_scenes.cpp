@@ -1,9 +1,9 @@
 // Scenes of the pieces every screen shares: the composer, the repository question, the app header
 // and the banners.
 
-#include "app/desktop.h"
 #include "conversation/ideas.h"
 #include "conversation/repo_link.h"
+#include "platform/desktop.h"
 #include "scene.h"
 #include "service/api.h"
 #include "ui/conversation/composer.h"

@@ -1,12 +1,12 @@
 // Scenes of the app as a whole: the sign-in screen and the main screen with its sidebar and the
 // worker banner.
 
-#include "app/auth_view.h"
-#include "app/main_view.h"
-#include "app/worker_status_banner.h"
 #include "conversation/chat_view.h"
 #include "scene.h"
 #include "service/api.h"
+#include "shell/auth_view.h"
+#include "shell/main_view.h"
+#include "shell/worker_status_banner.h"
 #include "ui/app/auth_view_widget.h"
 #include "ui/app/main_view_widget.h"
 #include "ui/app/worker_status_banner_widget.h"

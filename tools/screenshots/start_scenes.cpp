@@ -1,12 +1,12 @@
 // Scenes of starting an app: the new project screen in its states, and the gallery of templates.
 
-#include "app/icon_loader.h"
-#include "app/scripted_dialogs.h"
 #include "conversation/new_project_view.h"
 #include "library/gallery_view.h"
 #include "localbuild/local_builds.h"
 #include "scene.h"
+#include "scripted_dialogs.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
 #include "ui/conversation/composer.h"
 #include "ui/conversation/location_picker.h"
 #include "ui/conversation/new_project_view_widget.h"

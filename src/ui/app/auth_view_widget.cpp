@@ -1,6 +1,6 @@
 #include "auth_view_widget.h"
 
-#include "app/auth_view.h"
+#include "shell/auth_view.h"
 #include "ui/shared/busy_spinner.h"
 #include "ui/shared/button_styles.h"
 #include "ui/shared/error_label.h"

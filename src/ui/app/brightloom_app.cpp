@@ -1,10 +1,10 @@
 #include "brightloom_app.h"
 
-#include "app/icon_loader.h"
 #include "browser_sign_in_page.h"
 #include "localbuild/local_builds.h"
 #include "root_view_widget.h"
 #include "service/api.h"
+#include "service/icon_loader.h"
 #include "ui/desktop/desktop_notifier.h"
 #include "ui/desktop/single_instance.h"
 #include "ui/desktop/system_desktop.h"

@@ -1,9 +1,9 @@
 #include "main_view_widget.h"
 
-#include "app/build_notice.h"
 #include "conversation/chat_view.h"
 #include "localbuild/local_builds.h"
 #include "service/api.h"
+#include "shell/build_notice.h"
 #include "sidebar.h"
 #include "ui/desktop/desktop_notifier.h"
 #include "worker_status_banner_widget.h"

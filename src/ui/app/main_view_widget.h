@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/main_view.h"
 #include "screens.h"
+#include "shell/main_view.h"
 
 #include <QPointer>
 #include <QWidget>

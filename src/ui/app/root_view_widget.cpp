@@ -1,8 +1,8 @@
 #include "root_view_widget.h"
 
-#include "app/root_view.h"
 #include "auth_view_widget.h"
 #include "main_view_widget.h"
+#include "shell/root_view.h"
 #include "ui/shared/busy_spinner.h"
 
 #include <QStackedLayout>

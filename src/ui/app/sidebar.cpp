@@ -1,8 +1,8 @@
 #include "sidebar.h"
 
-#include "app/main_view.h"
-#include "app/version.h"
+#include "platform/version.h"
 #include "service/api.h"
+#include "shell/main_view.h"
 #include "sidebar_model.h"
 #include "ui/shared/link_button.h"
 

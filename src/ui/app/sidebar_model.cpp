@@ -1,6 +1,6 @@
 #include "sidebar_model.h"
 
-#include "app/main_view.h"
+#include "shell/main_view.h"
 #include "ui/shared/symbols.h"
 
 #include <QSet>

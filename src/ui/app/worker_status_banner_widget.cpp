@@ -1,6 +1,6 @@
 #include "worker_status_banner_widget.h"
 
-#include "app/worker_status_banner.h"
+#include "shell/worker_status_banner.h"
 #include "ui/shared/banner_frame.h"
 #include "ui/shared/symbols.h"
 

@@ -1,7 +1,7 @@
 #include "bubble_delegate.h"
 
-#include "app/accent.h"
 #include "bubble_list_model.h"
+#include "ui/shared/accent.h"
 #include "ui/shared/metrics.h"
 
 #include <QFontMetrics>

@@ -1,6 +1,6 @@
 #include "send_button.h"
 
-#include "app/accent.h"
+#include "ui/shared/accent.h"
 #include "ui/shared/symbols.h"
 
 #include <QPainter>

@@ -1,7 +1,7 @@
 #include "github_sync_view_widget.h"
 
-#include "app/desktop.h"
 #include "library/github_sync_view.h"
+#include "platform/desktop.h"
 #include "ui/shared/button_styles.h"
 #include "ui/shared/error_label.h"
 #include "ui/shared/link_button.h"

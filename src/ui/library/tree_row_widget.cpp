@@ -1,6 +1,6 @@
 #include "tree_row_widget.h"
 
-#include "app/accent.h"
+#include "ui/shared/accent.h"
 #include "ui/shared/button_styles.h"
 #include "ui/shared/metrics.h"
 #include "ui/shared/one_line_label.h"

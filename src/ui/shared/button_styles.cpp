@@ -1,6 +1,6 @@
 #include "button_styles.h"
 
-#include "app/accent.h"
+#include "ui/shared/accent.h"
 
 #include <QAbstractButton>
 

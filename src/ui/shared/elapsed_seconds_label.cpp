@@ -1,6 +1,6 @@
 #include "elapsed_seconds_label.h"
 
-#include "app/elapsed_seconds.h"
+#include "text/elapsed_seconds.h"
 
 namespace brightloom::ui {
 

@@ -1,8 +1,8 @@
 #include "first_launch_note.h"
 
-#include "app/desktop.h"
-#include "app/system_settings.h"
 #include "link_button.h"
+#include "platform/desktop.h"
+#include "platform/system_settings.h"
 
 #include <QLabel>
 #include <QVBoxLayout>

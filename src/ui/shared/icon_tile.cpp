@@ -1,7 +1,7 @@
 #include "icon_tile.h"
 
-#include "app/icon_loader.h"
 #include "letter_tile.h"
+#include "service/icon_loader.h"
 
 #include <QPainter>
 #include <QPainterPath>

@@ -1,6 +1,6 @@
 #include "logo_mark.h"
 
-#include "app/accent.h"
+#include "ui/shared/accent.h"
 
 #include <QPainter>
 #include <QPainterPath>

@@ -1,4 +1,4 @@
-#include "app/elapsed_seconds.h"
+#include "text/elapsed_seconds.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "app/build_notice.h"
 #include "qt_printers.h"
+#include "shell/build_notice.h"
 
 #include <gtest/gtest.h>
 

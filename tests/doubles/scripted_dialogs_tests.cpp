@@ -1,4 +1,4 @@
-#include "app/scripted_dialogs.h"
+#include "scripted_dialogs.h"
 
 #include <gtest/gtest.h>
 

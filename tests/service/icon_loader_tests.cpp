@@ -1,5 +1,5 @@
-#include "app/icon_loader.h"
 #include "recording_server.h"
+#include "service/icon_loader.h"
 #include "task_runner.h"
 #include "temp_home.h"
 
