@@ -2,6 +2,7 @@
 
 #include "localbuild/local_builds.h"
 #include "service/api.h"
+#include "service/screen_action.h"
 #include "threads/release_in_background.h"
 
 #include <QRegularExpression>
@@ -20,10 +21,7 @@ ChatView::~ChatView() = default;
 
 void ChatView::setPrompt(const QString& prompt)
 {
-    if (m_prompt == prompt)
-        return;
-    m_prompt = prompt;
-    Q_EMIT promptChanged();
+    assignAndNotify(this, m_prompt, prompt, &ChatView::promptChanged);
 }
 
 std::optional<Job> ChatView::latest() const
@@ -189,82 +187,56 @@ void ChatView::send()
 {
     if (!canSend())
         return;
-    setError(std::nullopt);
     sendText(m_prompt.trimmed());
 }
 
 QCoro::Task<> ChatView::sendText(QString text)
 {
-    QPointer<ChatView> self(this);
-    bool ok = false;
-    std::optional<QString> failure;
     if (!m_api)
         co_return;
-    setSending(true);
-    try {
-        co_await m_api->send(text, m_project.id, false);
-        ok = true;
-    } catch (const std::exception& e) {
-        failure = QString::fromUtf8(e.what());
-    }
-    if (!self)
-        co_return;
-    if (ok) {
-        setPrompt(QString());
-        // Still sending until the refresh shows the job the message started, so a second Return in
-        // between cannot send again.
-        co_await refresh();
-        if (!self)
+    bool ok = false;
+    {
+        // The error line clears as the message goes.
+        ScreenAction action(this, &ChatView::setSending, &ChatView::setError);
+        ok = co_await action.attempt(m_api->send(text, m_project.id, false));
+        if (ok) {
+            setPrompt(QString());
+            // Still sending until the refresh shows the job the message started, so a second
+            // Return in between cannot send again.
+            co_await refresh();
+        }
+        if (!action.screenAlive())
             co_return;
-        setSending(false);
-    } else {
-        setSending(false);
-        setError(failure);
     }
     Q_EMIT sent(ok);
 }
 
 void ChatView::setError(std::optional<QString> error)
 {
-    if (m_error == error)
-        return;
-    m_error = std::move(error);
-    Q_EMIT errorChanged();
+    assignAndNotify(this, m_error, std::move(error), &ChatView::errorChanged);
 }
 
 void ChatView::setSending(bool sending)
 {
-    if (m_sending == sending)
-        return;
-    m_sending = sending;
-    Q_EMIT sendingChanged();
+    assignAndNotify(this, m_sending, sending, &ChatView::sendingChanged);
 }
 
 void ChatView::setDownloading(bool downloading)
 {
-    if (m_downloading == downloading)
-        return;
-    m_downloading = downloading;
-    Q_EMIT downloadingChanged();
-    Q_EMIT statusChanged();
+    if (assignAndNotify(this, m_downloading, downloading, &ChatView::downloadingChanged))
+        Q_EMIT statusChanged();
 }
 
 void ChatView::setDownloadedApp(std::optional<QString> path)
 {
-    if (m_downloadedApp == path)
-        return;
-    m_downloadedApp = std::move(path);
-    Q_EMIT downloadedAppChanged();
-    Q_EMIT statusChanged();
+    if (assignAndNotify(this, m_downloadedApp, std::move(path), &ChatView::downloadedAppChanged))
+        Q_EMIT statusChanged();
 }
 
 void ChatView::setSavedDmg(std::optional<QString> path)
 {
-    if (m_savedDmg == path)
-        return;
-    m_savedDmg = std::move(path);
-    Q_EMIT savedDmgChanged();
-    Q_EMIT statusChanged();
+    if (assignAndNotify(this, m_savedDmg, std::move(path), &ChatView::savedDmgChanged))
+        Q_EMIT statusChanged();
 }
 
 } // namespace brightloom

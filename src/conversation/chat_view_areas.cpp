@@ -4,6 +4,7 @@
 #include "localbuild/local_builds.h"
 #include "platform/desktop.h"
 #include "service/api.h"
+#include "service/screen_action.h"
 
 #include <QFileInfo>
 #include <QUrl>
@@ -188,31 +189,23 @@ void ChatView::trigger(const ChatButton& b)
 
 QCoro::Task<> ChatView::download(Job job, bool diskImage)
 {
-    QPointer<ChatView> self(this);
     if (!m_api || (diskImage && !job.dmgUrl))
         co_return;
-    setDownloading(true);
+    // A failed download stays on the error line until the next send clears it.
+    ScreenAction action(this, &ChatView::setDownloading, &ChatView::setError, false);
+    // A job without an archive address fails like an archive that cannot be read.
+    // Two statements, not one conditional: GCC 12 miscompiles co_await in both arms of "?:".
     std::optional<QString> saved;
-    std::optional<QString> failure;
-    try {
-        // A job without an archive address fails like an archive that cannot be read.
-        // Two statements, not one conditional: GCC 12 miscompiles co_await in both arms of "?:".
-        if (diskImage)
-            saved = co_await m_api->downloadDmg(*job.dmgUrl, dmgName(job));
-        else
-            saved = co_await m_api->downloadApp(job.downloadUrl.value_or(QString()));
-    } catch (const std::exception& e) {
-        failure = QString::fromUtf8(e.what());
-    }
-    if (!self)
-        co_return;
+    if (diskImage)
+        saved = co_await action.attempt(m_api->downloadDmg(*job.dmgUrl, dmgName(job)));
+    else
+        saved = co_await action.attempt(m_api->downloadApp(job.downloadUrl.value_or(QString())));
     if (!saved)
-        setError(failure);
-    else if (diskImage)
+        co_return;
+    if (diskImage)
         setSavedDmg(saved);
     else
         setDownloadedApp(saved);
-    setDownloading(false);
 }
 
 } // namespace brightloom

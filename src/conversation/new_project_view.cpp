@@ -5,6 +5,7 @@
 #include "platform/dialogs.h"
 #include "platform/settings.h"
 #include "service/api.h"
+#include "service/screen_action.h"
 
 #include <stdexcept>
 
@@ -68,15 +69,10 @@ NewProjectView::~NewProjectView() = default;
 
 void NewProjectView::setPrompt(const QString& prompt)
 {
-    if (m_prompt == prompt)
+    if (!assignAndNotify(this, m_prompt, prompt, &NewProjectView::promptChanged))
         return;
-    m_prompt = prompt;
-    Q_EMIT promptChanged();
-    std::optional<RepoLink> link = RepoLink::detect(m_prompt);
-    if (link == m_repoLink)
+    if (!assignAndNotify(this, m_repoLink, RepoLink::detect(m_prompt), &NewProjectView::repoLinkChanged))
         return;
-    m_repoLink = std::move(link);
-    Q_EMIT repoLinkChanged();
     derivedMayHaveChanged();
     if (m_repoLink)
         startToolchainCheck();
@@ -96,10 +92,8 @@ void NewProjectView::setLocationForThisRun(const QString& location)
 
 void NewProjectView::changeLocation(const QString& location)
 {
-    if (m_location == location)
+    if (!assignAndNotify(this, m_location, location, &NewProjectView::locationChanged))
         return;
-    m_location = location;
-    Q_EMIT locationChanged();
     derivedMayHaveChanged();
     if (m_location == local)
         startToolchainCheck();
@@ -200,8 +194,6 @@ void NewProjectView::build()
             return;
         source = true;
     }
-    setBusy(true);
-    setError(std::nullopt);
     std::optional<QString> repo;
     std::optional<QString> ref;
     if (import) {
@@ -225,55 +217,31 @@ bool NewProjectView::confirmLocalBuild()
 QCoro::Task<> NewProjectView::create(QString text, bool source, std::optional<QString> importRepo,
                                      std::optional<QString> importRef)
 {
-    QPointer<NewProjectView> self(this);
-    std::optional<QString> id;
-    QString failure;
-    try {
-        if (!m_api)
-            throw std::runtime_error("The project could not be created.");
-        id = co_await m_api->createProject(std::move(text), source, std::move(importRepo),
-                                           std::move(importRef));
-    } catch (const std::exception& e) {
-        failure = QString::fromUtf8(e.what());
-    } catch (...) {
-        failure = QStringLiteral("The project could not be created.");
-    }
-    if (!self)
+    ScreenAction action(this, &NewProjectView::setBusy, &NewProjectView::setError);
+    if (!m_api) {
+        setError(QStringLiteral("The project could not be created."));
         co_return;
-    if (id) {
-        // The main screen replaces this one here, which may end it.
-        if (m_onCreated)
-            m_onCreated(*id);
-        if (!self)
-            co_return;
-    } else {
-        setError(failure);
     }
-    setBusy(false);
+    const std::optional<QString> id = co_await action.attempt(
+        m_api->createProject(std::move(text), source, std::move(importRepo), std::move(importRef)));
+    // The main screen replaces this one here, which may end it.
+    if (id && m_onCreated)
+        m_onCreated(*id);
 }
 
 void NewProjectView::setError(std::optional<QString> error)
 {
-    if (m_error == error)
-        return;
-    m_error = std::move(error);
-    Q_EMIT errorChanged();
+    assignAndNotify(this, m_error, std::move(error), &NewProjectView::errorChanged);
 }
 
 void NewProjectView::setBusy(bool busy)
 {
-    if (m_busy == busy)
-        return;
-    m_busy = busy;
-    Q_EMIT busyChanged();
+    assignAndNotify(this, m_busy, busy, &NewProjectView::busyChanged);
 }
 
 void NewProjectView::setChecking(bool checking)
 {
-    if (m_checking == checking)
-        return;
-    m_checking = checking;
-    Q_EMIT checkingToolchainChanged();
+    assignAndNotify(this, m_checking, checking, &NewProjectView::checkingToolchainChanged);
 }
 
 void NewProjectView::derivedMayHaveChanged()

@@ -2,18 +2,11 @@
 
 #include "platform/desktop.h"
 #include "service/api.h"
+#include "service/screen_action.h"
 
 #include <stdexcept>
 
 namespace brightloom {
-namespace {
-
-QString failureText(const std::exception& e)
-{
-    return QString::fromUtf8(e.what());
-}
-
-} // namespace
 
 GalleryView::GalleryView(API& api, Desktop* desktop, std::function<void(QString)> onCreated, QObject* parent)
     : QObject(parent), m_api(&api), m_desktop(desktop), m_onCreated(std::move(onCreated))
@@ -37,11 +30,8 @@ QList<GalleryApp> GalleryView::shownOf(const QList<GalleryApp>& apps, const QSet
 
 void GalleryView::setOnlyFavorites(bool on)
 {
-    if (m_onlyFavorites == on)
-        return;
-    m_onlyFavorites = on;
-    Q_EMIT onlyFavoritesChanged();
-    updateShown();
+    if (assignAndNotify(this, m_onlyFavorites, on, &GalleryView::onlyFavoritesChanged))
+        updateShown();
 }
 
 QCoro::Task<> GalleryView::load()
@@ -95,18 +85,13 @@ void GalleryView::toggle(const QString& slug, bool on)
 
 QCoro::Task<> GalleryView::sendFavorite(QString slug, bool on)
 {
-    QPointer<GalleryView> self(this);
-    std::optional<QString> failure;
-    try {
-        if (!m_api)
-            throw std::runtime_error("The favorite could not be saved.");
-        co_await m_api->setFavorite(slug, on);
-    } catch (const std::exception& e) {
-        failure = failureText(e);
-    } catch (...) {
-        failure = QStringLiteral("The favorite could not be saved.");
-    }
-    if (!self || !failure)
+    // No busy marker: the heart changed at once. A failure's text stays until the next one.
+    ScreenAction action(
+        this, ScreenAction::Busy(), [this](std::optional<QString> error) { setError(error); }, false);
+    bool saved = false;
+    if (m_api)
+        saved = co_await action.attempt(m_api->setFavorite(slug, on));
+    if (saved || !action.screenAlive())
         co_return;
     // Only the heart is put back; a filter switched off stays off.
     if (on)
@@ -115,7 +100,8 @@ QCoro::Task<> GalleryView::sendFavorite(QString slug, bool on)
         m_favorites.insert(slug);
     Q_EMIT favoritesChanged();
     updateShown();
-    setError(failure);
+    if (!m_api)
+        setError(QStringLiteral("The favorite could not be saved."));
 }
 
 void GalleryView::use(const GalleryApp& app)
@@ -138,25 +124,22 @@ void GalleryView::use(const QString& slug)
 
 QCoro::Task<> GalleryView::fork(QString jobId)
 {
-    QPointer<GalleryView> self(this);
-    std::optional<QString> projectId;
-    QString failure;
-    try {
-        if (!m_api)
-            throw std::runtime_error("The template could not be copied.");
-        projectId = co_await m_api->forkTemplate(std::move(jobId));
-    } catch (const std::exception& e) {
-        failure = failureText(e);
-    } catch (...) {
-        failure = QStringLiteral("The template could not be copied.");
-    }
-    if (!self)
-        co_return;
-    if (!projectId) {
-        setError(failure);
-        setBusySlug(std::nullopt);
+    // The busy slug was raised by use(); it comes down when the copy ends. A failure's text stays
+    // on the error line until the next one replaces it.
+    ScreenAction action(
+        this,
+        [this](bool on) {
+            if (!on)
+                setBusySlug(std::nullopt);
+        },
+        [this](std::optional<QString> error) { setError(std::move(error)); }, false);
+    if (!m_api) {
+        setError(QStringLiteral("The template could not be copied."));
         co_return;
     }
+    const std::optional<QString> projectId = co_await action.attempt(m_api->forkTemplate(std::move(jobId)));
+    if (!projectId)
+        co_return;
     setBusySlug(std::nullopt);
     // The main screen opens the new project here, which may end this screen.
     if (m_onCreated)
@@ -194,18 +177,12 @@ void GalleryView::updateShown()
 
 void GalleryView::setBusySlug(std::optional<QString> slug)
 {
-    if (m_busySlug == slug)
-        return;
-    m_busySlug = std::move(slug);
-    Q_EMIT busySlugChanged();
+    assignAndNotify(this, m_busySlug, std::move(slug), &GalleryView::busySlugChanged);
 }
 
 void GalleryView::setError(std::optional<QString> error)
 {
-    if (m_error == error)
-        return;
-    m_error = std::move(error);
-    Q_EMIT errorChanged();
+    assignAndNotify(this, m_error, std::move(error), &GalleryView::errorChanged);
 }
 
 } // namespace brightloom

@@ -1,6 +1,7 @@
 #include "github_sync_view.h"
 
 #include "service/api.h"
+#include "service/screen_action.h"
 
 namespace brightloom {
 
@@ -38,10 +39,7 @@ GithubSyncView::State GithubSyncView::state() const
 
 void GithubSyncView::setChoice(const QString& fullName)
 {
-    if (m_choice == fullName)
-        return;
-    m_choice = fullName;
-    Q_EMIT choiceChanged();
+    assignAndNotify(this, m_choice, fullName, &GithubSyncView::choiceChanged);
 }
 
 QUrl GithubSyncView::connectUrl() const
@@ -140,77 +138,31 @@ QCoro::Task<> GithubSyncView::link()
 {
     if (m_busy || !m_api)
         co_return;
-    QPointer<GithubSyncView> self(this);
-    setBusy(true);
-    setError(std::nullopt);
-    bool linked = false;
-    QString failure;
-    try {
-        co_await m_api->githubLinkRepo(m_projectId, m_choice);
-        linked = true;
-    } catch (const std::exception& e) {
-        failure = QString::fromUtf8(e.what());
-    }
-    if (!self)
-        co_return;
-    if (linked)
+    ScreenAction action(this, &GithubSyncView::setBusy, &GithubSyncView::setError);
+    if (co_await action.attempt(m_api->githubLinkRepo(m_projectId, m_choice)))
         co_await load();
-    else
-        setError(failure);
-    if (self)
-        setBusy(false);
 }
 
 QCoro::Task<> GithubSyncView::unlink()
 {
     if (m_busy || !m_api)
         co_return;
-    QPointer<GithubSyncView> self(this);
-    setBusy(true);
-    setError(std::nullopt);
-    bool unlinked = false;
-    QString failure;
-    try {
-        co_await m_api->githubUnlink(m_projectId);
-        unlinked = true;
-    } catch (const std::exception& e) {
-        failure = QString::fromUtf8(e.what());
-    }
-    if (!self)
-        co_return;
-    if (unlinked)
+    ScreenAction action(this, &GithubSyncView::setBusy, &GithubSyncView::setError);
+    if (co_await action.attempt(m_api->githubUnlink(m_projectId)))
         co_await load();
-    else
-        setError(failure);
-    if (self)
-        setBusy(false);
 }
 
 QCoro::Task<> GithubSyncView::push()
 {
     if (m_busy || !m_api)
         co_return;
-    QPointer<GithubSyncView> self(this);
-    setBusy(true);
-    setError(std::nullopt);
-    std::optional<GithubPushResult> result;
-    QString failure;
-    try {
-        result = co_await m_api->githubPush(m_projectId);
-    } catch (const std::exception& e) {
-        failure = QString::fromUtf8(e.what());
-    }
-    if (!self)
+    ScreenAction action(this, &GithubSyncView::setBusy, &GithubSyncView::setError);
+    const std::optional<GithubPushResult> result = co_await action.attempt(m_api->githubPush(m_projectId));
+    if (!result)
         co_return;
-    if (result) {
-        setMessage(pushMessage(*result));
-        setCommitUrl(result->commitUrl);
-        co_await load();
-    } else {
-        setError(failure);
-    }
-    if (self)
-        setBusy(false);
+    setMessage(pushMessage(*result));
+    setCommitUrl(result->commitUrl);
+    co_await load();
 }
 
 void GithubSyncView::setPanel(std::optional<GithubPanel> panel)
@@ -221,34 +173,22 @@ void GithubSyncView::setPanel(std::optional<GithubPanel> panel)
 
 void GithubSyncView::setBusy(bool busy)
 {
-    if (m_busy == busy)
-        return;
-    m_busy = busy;
-    Q_EMIT busyChanged();
+    assignAndNotify(this, m_busy, busy, &GithubSyncView::busyChanged);
 }
 
 void GithubSyncView::setMessage(std::optional<QString> message)
 {
-    if (m_message == message)
-        return;
-    m_message = std::move(message);
-    Q_EMIT messageChanged();
+    assignAndNotify(this, m_message, std::move(message), &GithubSyncView::messageChanged);
 }
 
 void GithubSyncView::setError(std::optional<QString> error)
 {
-    if (m_error == error)
-        return;
-    m_error = std::move(error);
-    Q_EMIT errorChanged();
+    assignAndNotify(this, m_error, std::move(error), &GithubSyncView::errorChanged);
 }
 
 void GithubSyncView::setCommitUrl(std::optional<QString> url)
 {
-    if (m_commitUrl == url)
-        return;
-    m_commitUrl = std::move(url);
-    Q_EMIT commitUrlChanged();
+    assignAndNotify(this, m_commitUrl, std::move(url), &GithubSyncView::commitUrlChanged);
 }
 
 } // namespace brightloom

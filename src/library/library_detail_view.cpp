@@ -2,6 +2,7 @@
 
 #include "platform/desktop.h"
 #include "service/api.h"
+#include "service/screen_action.h"
 
 #include <qcoro/qcorofuture.h>
 
@@ -68,30 +69,23 @@ TemplateButton LibraryDetailView::templateButton(const TreeRow& row) const
 
 QCoro::Task<> LibraryDetailView::load()
 {
-    QPointer<LibraryDetailView> self(this);
     if (!m_api)
         co_return;
-    std::optional<LibraryDetail> detail;
-    QString failure;
-    try {
-        detail = co_await m_api->libraryDetail(m_projectId);
-    } catch (const std::exception& e) {
-        failure = QString::fromUtf8(e.what());
+    ScreenAction action(
+        this, ScreenAction::Busy(), [this](std::optional<QString> error) { setError(error); }, false);
+    std::optional<LibraryDetail> detail = co_await action.attempt(m_api->libraryDetail(m_projectId));
+    if (!action.screenAlive())
+        co_return;
+    if (detail) {
+        // A deep tree takes a while to list: the rows are made on the thread pool.
+        const std::shared_ptr<std::vector<TreeRow>> rows =
+            co_await TreeRows::flattenInBackground(detail->tree);
+        if (!action.screenAlive())
+            co_return;
+        m_detail = std::move(detail);
+        m_rows = std::move(*rows);
+        Q_EMIT detailChanged();
     }
-    if (!self)
-        co_return;
-    if (!detail) {
-        setError(failure);
-        Q_EMIT loadFinished();
-        co_return;
-    }
-    // A deep tree takes a while to list: the rows are made on the thread pool.
-    const std::shared_ptr<std::vector<TreeRow>> rows = co_await TreeRows::flattenInBackground(detail->tree);
-    if (!self)
-        co_return;
-    m_detail = std::move(detail);
-    m_rows = std::move(*rows);
-    Q_EMIT detailChanged();
     Q_EMIT loadFinished();
 }
 
@@ -107,28 +101,16 @@ QCoro::Task<> LibraryDetailView::fork(QString jobId)
 {
     if (m_forking || !m_api)
         co_return;
-    QPointer<LibraryDetailView> self(this);
-    setForking(jobId);
-    setError(std::nullopt);
-    std::optional<QString> created;
-    QString failure;
-    try {
-        created = co_await m_api->forkTemplate(jobId);
-    } catch (const std::exception& e) {
-        failure = QString::fromUtf8(e.what());
-    }
-    if (!self)
+    ScreenAction action(
+        this, [this, jobId](bool on) { setForking(on ? std::optional<QString>(jobId) : std::nullopt); },
+        [this](std::optional<QString> error) { setError(std::move(error)); });
+    const std::optional<QString> created = co_await action.attempt(m_api->forkTemplate(jobId));
+    if (!created)
         co_return;
-    if (created) {
-        const OpenProject open = m_onOpen;
-        if (open)
-            open(*created);
-        if (!self)
-            co_return;
-    } else {
-        setError(failure);
-    }
-    setForking(std::nullopt);
+    // A copy: opening the new project may close this screen, and its handler with it.
+    const OpenProject open = m_onOpen;
+    if (open)
+        open(*created);
 }
 
 const LibraryVersion* LibraryDetailView::version(const QString& jobId) const
@@ -161,18 +143,12 @@ void LibraryDetailView::showInFinder(const QString& jobId)
 
 void LibraryDetailView::setError(std::optional<QString> error)
 {
-    if (m_error == error)
-        return;
-    m_error = std::move(error);
-    Q_EMIT errorChanged();
+    assignAndNotify(this, m_error, std::move(error), &LibraryDetailView::errorChanged);
 }
 
 void LibraryDetailView::setForking(std::optional<QString> jobId)
 {
-    if (m_forking == jobId)
-        return;
-    m_forking = std::move(jobId);
-    Q_EMIT forkingChanged();
+    assignAndNotify(this, m_forking, std::move(jobId), &LibraryDetailView::forkingChanged);
 }
 
 } // namespace brightloom

@@ -1,6 +1,7 @@
 #include "library_view.h"
 
 #include "service/api.h"
+#include "service/screen_action.h"
 
 namespace brightloom {
 
@@ -39,31 +40,20 @@ QCoro::Task<> LibraryView::load()
 {
     if (m_loading || !m_api)
         co_return;
-    m_loading = true;
-    QPointer<LibraryView> self(this);
-    std::optional<QList<LibraryApp>> apps;
-    QString failure;
-    try {
-        apps = co_await m_api->library();
-    } catch (const std::exception& e) {
-        failure = QString::fromUtf8(e.what());
-    }
-    if (!self)
-        co_return;
-    m_loading = false;
-    if (apps) {
-        setError(std::nullopt);
-        if (*apps != m_apps) {
-            m_apps = std::move(*apps);
-            Q_EMIT appsChanged();
+    {
+        // The error line stays until a load succeeds.
+        ScreenAction action(
+            this, [this](bool on) { m_loading = on; },
+            [this](std::optional<QString> error) { setError(std::move(error)); }, false);
+        std::optional<QList<LibraryApp>> apps = co_await action.attempt(m_api->library());
+        if (!action.screenAlive())
+            co_return;
+        if (apps) {
+            setError(std::nullopt);
+            assignAndNotify(this, m_apps, std::move(*apps), &LibraryView::appsChanged);
         }
-    } else {
-        setError(failure);
     }
-    if (!m_loaded) {
-        m_loaded = true;
-        Q_EMIT loadedChanged();
-    }
+    assignAndNotify(this, m_loaded, true, &LibraryView::loadedChanged);
     Q_EMIT loadFinished();
 }
 
@@ -80,10 +70,7 @@ void LibraryView::select(const QString& projectId)
 
 void LibraryView::setError(std::optional<QString> error)
 {
-    if (m_error == error)
-        return;
-    m_error = std::move(error);
-    Q_EMIT errorChanged();
+    assignAndNotify(this, m_error, std::move(error), &LibraryView::errorChanged);
 }
 
 } // namespace brightloom

@@ -5,6 +5,7 @@
 #include "process_runner.h"
 #include "service/api.h"
 #include "service/api_error.h"
+#include "service/screen_action.h"
 #include "text/characters.h"
 #include "threads/release_in_background.h"
 
@@ -90,18 +91,12 @@ void LocalBuilds::remove(const QString& job)
 
 void LocalBuilds::setToolchain(std::optional<QString> version)
 {
-    if (m_toolchain == version)
-        return;
-    m_toolchain = std::move(version);
-    Q_EMIT toolchainChanged();
+    assignAndNotify(this, m_toolchain, std::move(version), &LocalBuilds::toolchainChanged);
 }
 
 void LocalBuilds::setToolchainChecked(bool checked)
 {
-    if (m_toolchainChecked == checked)
-        return;
-    m_toolchainChecked = checked;
-    Q_EMIT toolchainCheckedChanged();
+    assignAndNotify(this, m_toolchainChecked, checked, &LocalBuilds::toolchainCheckedChanged);
 }
 
 void LocalBuilds::handle(const QString& project, const Job& job, int fixesSoFar, API& api)

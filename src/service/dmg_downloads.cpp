@@ -2,6 +2,7 @@
 
 #include "api.h"
 #include "platform/desktop.h"
+#include "service/screen_action.h"
 
 namespace brightloom {
 
@@ -12,46 +13,42 @@ void DmgDownloads::get(const QString& key, const QString& url, const QString& na
 {
     if (m_busy.contains(key))
         return;
-    m_busy.insert(key);
-    Q_EMIT busyChanged();
-    setError(QString());
     download(key, url, name, extension, QPointer<API>(&api));
 }
 
 QCoro::Task<> DmgDownloads::download(QString key, QString url, QString name, QString extension,
                                      QPointer<API> api)
 {
-    QPointer<DmgDownloads> self(this);
-    QString saved;
-    QString failure;
-    try {
+    {
+        ScreenAction action(
+            this,
+            [this, key](bool on) {
+                if (on)
+                    m_busy.insert(key);
+                else
+                    m_busy.remove(key);
+                Q_EMIT busyChanged();
+            },
+            [this](std::optional<QString> error) { setError(error.value_or(QString())); });
         if (!api)
             co_return;
-        saved = co_await api->downloadNamed(url, name, extension);
-    } catch (const std::exception& e) {
-        failure = QString::fromUtf8(e.what());
+        const std::optional<QString> saved =
+            co_await action.attempt(api->downloadNamed(url, name, extension));
+        if (!action.screenAlive())
+            co_return;
+        if (saved) {
+            m_saved.insert(key, *saved);
+            Q_EMIT savedChanged();
+            if (m_desktop)
+                m_desktop->open(QUrl::fromLocalFile(*saved));
+        }
     }
-    if (!self)
-        co_return;
-    if (failure.isEmpty()) {
-        m_saved.insert(key, saved);
-        Q_EMIT savedChanged();
-        if (m_desktop)
-            m_desktop->open(QUrl::fromLocalFile(saved));
-    } else {
-        setError(failure);
-    }
-    m_busy.remove(key);
-    Q_EMIT busyChanged();
     Q_EMIT finished(key);
 }
 
 void DmgDownloads::setError(const QString& error)
 {
-    if (m_error == error)
-        return;
-    m_error = error;
-    Q_EMIT errorChanged();
+    assignAndNotify(this, m_error, error, &DmgDownloads::errorChanged);
 }
 
 } // namespace brightloom

@@ -1,6 +1,7 @@
 #include "auth_view.h"
 
 #include "service/api.h"
+#include "service/screen_action.h"
 
 namespace brightloom {
 namespace {
@@ -13,31 +14,20 @@ AuthView::AuthView(API& api, QObject* parent) : QObject(parent), m_api(&api) {}
 
 void AuthView::setName(const QString& name)
 {
-    if (name == m_name)
-        return;
-    m_name = name;
-    Q_EMIT nameChanged();
+    assignAndNotify(this, m_name, name, &AuthView::nameChanged);
 }
 
 void AuthView::setEmail(const QString& email)
 {
-    if (email == m_email)
-        return;
     const bool could = canSubmit();
-    m_email = email;
-    Q_EMIT emailChanged();
-    if (could != canSubmit())
+    if (assignAndNotify(this, m_email, email, &AuthView::emailChanged) && could != canSubmit())
         Q_EMIT canSubmitChanged();
 }
 
 void AuthView::setPassword(const QString& password)
 {
-    if (password == m_password)
-        return;
     const bool could = canSubmit();
-    m_password = password;
-    Q_EMIT passwordChanged();
-    if (could != canSubmit())
+    if (assignAndNotify(this, m_password, password, &AuthView::passwordChanged) && could != canSubmit())
         Q_EMIT canSubmitChanged();
 }
 
@@ -63,8 +53,6 @@ void AuthView::submit()
     // The button is disabled then; Return in a field must not get around that.
     if (!canSubmit())
         return;
-    setBusy(true);
-    setError(std::nullopt);
     if (m_creating)
         run(signUp, m_name.isEmpty() ? m_email : m_name, m_email, m_password);
     else
@@ -75,52 +63,39 @@ void AuthView::continueWithGoogle()
 {
     if (m_busy)
         return;
-    setBusy(true);
-    setError(std::nullopt);
     run(google, QString(), QString(), QString());
 }
 
 QCoro::Task<> AuthView::run(int which, QString name, QString email, QString password)
 {
-    QPointer<AuthView> self(this);
-    std::optional<QString> failure;
-    try {
-        if (!m_api)
-            co_return;
-        if (which == signUp)
-            co_await m_api->signUp(name, email, password);
-        else if (which == signIn)
-            co_await m_api->signIn(email, password);
-        else
-            co_await m_api->signInWithGoogle();
-    } catch (const std::exception& e) {
-        failure = QString::fromUtf8(e.what());
-    }
-    if (!self)
+    if (!m_api)
         co_return;
-    if (failure)
-        setError(failure);
-    setBusy(false);
-    Q_EMIT finished(!failure);
+    bool ok = false;
+    {
+        ScreenAction action(this, &AuthView::setBusy, &AuthView::setError);
+        // Three statements, not one conditional: GCC 12 miscompiles co_await in the arms of "?:".
+        if (which == signUp)
+            ok = co_await action.attempt(m_api->signUp(name, email, password));
+        else if (which == signIn)
+            ok = co_await action.attempt(m_api->signIn(email, password));
+        else
+            ok = co_await action.attempt(m_api->signInWithGoogle());
+        if (!action.screenAlive())
+            co_return;
+    }
+    Q_EMIT finished(ok);
 }
 
 void AuthView::setBusy(bool busy)
 {
-    if (busy == m_busy)
-        return;
     const bool could = canSubmit();
-    m_busy = busy;
-    Q_EMIT busyChanged();
-    if (could != canSubmit())
+    if (assignAndNotify(this, m_busy, busy, &AuthView::busyChanged) && could != canSubmit())
         Q_EMIT canSubmitChanged();
 }
 
 void AuthView::setError(std::optional<QString> error)
 {
-    if (error == m_error)
-        return;
-    m_error = std::move(error);
-    Q_EMIT errorChanged();
+    assignAndNotify(this, m_error, std::move(error), &AuthView::errorChanged);
 }
 
 } // namespace brightloom
