@@ -25,6 +25,7 @@
 #include "service/icon_loader.h"
 #include "service_thread.h"
 #include "temp_home.h"
+#include "ui/app/window_screens.h"
 #include "ui/conversation/bubble_list_model.h"
 #include "ui/conversation/bubble_list_view.h"
 #include "ui/conversation/chat_view_widget.h"
@@ -124,9 +125,9 @@ struct Conversation
     // A shown widget; polling refreshes once and then waits an hour.
     std::unique_ptr<ui::ChatViewWidget> open()
     {
-        auto widget = std::make_unique<ui::ChatViewWidget>(
-            *api, local, icons, desktop,
-            Project{QStringLiteral("p1"), QStringLiteral("Timer"), std::nullopt});
+        std::unique_ptr<ui::ChatViewWidget> widget(
+            ui::conversationScreen(*api, local, icons, desktop,
+                                   Project{QStringLiteral("p1"), QStringLiteral("Timer"), std::nullopt}));
         widget->chatView()->setPollIntervals(
             {std::chrono::hours(1), std::chrono::hours(1), std::chrono::hours(1)});
         widget->chatView()->startPolling();

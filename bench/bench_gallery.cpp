@@ -17,6 +17,7 @@
 #include "task_runner.h"
 #include "temp_home.h"
 #include "tick_watch.h"
+#include "ui/app/window_screens.h"
 #include "ui/library/gallery_grid.h"
 #include "ui/library/gallery_view_widget.h"
 
@@ -143,7 +144,7 @@ Round scrollRound()
     scroll->setWidgetResizable(true);
     auto* page = new QWidget;
     auto* layout = new QVBoxLayout(page);
-    auto* gallery = new ui::GalleryViewWidget(api, icons, desktop, [](QString) {});
+    auto* gallery = ui::galleryScreen(api, icons, desktop, [](QString) {});
     layout->addWidget(gallery);
     scroll->setWidget(page);
     auto* outer = new QVBoxLayout(&window);

@@ -81,6 +81,8 @@ public:
     StatusArea status() const;
     LocalArea localStatus(const Job& job) const;
     DownloadArea downloadArea(const Job& job) const;
+    // Where the job's app icon loads from; none when it has no icon or the address cannot be one.
+    std::optional<QUrl> iconAddress(const Job& job) const;
     // The name a disk image is saved under: the app's name and version.
     QString dmgName(const Job& job) const { return dmgName(job, m_project); }
     static QString dmgName(const Job& job, const Project& project);

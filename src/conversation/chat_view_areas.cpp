@@ -123,6 +123,13 @@ QString ChatView::dmgName(const Job& job, const Project& project)
         .trimmed();
 }
 
+std::optional<QUrl> ChatView::iconAddress(const Job& job) const
+{
+    if (!job.iconUrl || !m_api)
+        return std::nullopt;
+    return m_api->iconURL(*job.iconUrl);
+}
+
 DownloadArea ChatView::downloadArea(const Job& job) const
 {
     DownloadArea area;

@@ -146,6 +146,11 @@ QCoro::Task<> GalleryView::fork(QString jobId)
         m_onCreated(*projectId);
 }
 
+std::optional<QUrl> GalleryView::iconAddress(const GalleryApp& app) const
+{
+    return m_api ? m_api->iconURL(app.iconUrl) : std::nullopt;
+}
+
 QUrl GalleryView::detailsAddress(const QString& slug) const
 {
     if (!m_api)

@@ -64,6 +64,8 @@ public:
     void use(const QString& slug);
     // The app's public page: the service's address with "apps/" + slug appended.
     QUrl detailsAddress(const QString& slug) const;
+    // Where the app's icon loads from; none for an address that cannot be one.
+    std::optional<QUrl> iconAddress(const GalleryApp& app) const;
     void openDetails(const QString& slug) const;
 
 Q_SIGNALS:

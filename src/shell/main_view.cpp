@@ -22,6 +22,13 @@ const QList<Project>& MainView::projects() const
     return m_api ? m_api->projects() : none;
 }
 
+void MainView::signOut()
+{
+    // Signing out never fails: the session ends here whatever the service answers.
+    if (m_api)
+        m_api->signOut();
+}
+
 void MainView::select(std::optional<QString> selection)
 {
     if (selection == m_selection)

@@ -47,6 +47,9 @@ public:
     // The project list in the sidebar, as the service ordered it.
     const QList<Project>& projects() const;
 
+    // Ends the session; the window then shows the sign-in screen.
+    void signOut();
+
 Q_SIGNALS:
     void selectionChanged();
     // The detail pane must show another screen, or a conversation of another project.

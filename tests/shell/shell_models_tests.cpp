@@ -95,6 +95,29 @@ TEST_F(ShellTest, SigningOutReturnsTheRootToTheSignInScreen)
 
 // The main screen
 
+TEST_F(ShellTest, MainScreenSignsOutAndTheSessionEnds)
+{
+    server->on(QStringLiteral("POST /api/auth/sign-in/email"), ScriptedReply::json(200, R"({"user":{}})"));
+    server->on(QStringLiteral("POST /api/auth/sign-out"), ScriptedReply::json(200, "{}"));
+    ASSERT_TRUE(run(api->signIn(QStringLiteral("a@b.c"), QStringLiteral("pw"))).ok());
+    MainView main(*api);
+    ASSERT_FALSE(main.projects().isEmpty());
+    main.signOut();
+    ASSERT_TRUE(spinUntil([&] { return !api->signedIn(); }));
+    EXPECT_EQ(server->requestsTo(QStringLiteral("/api/auth/sign-out")).size(), 1);
+    EXPECT_TRUE(main.projects().isEmpty());
+}
+
+TEST_F(ShellTest, MainScreenSignsOutLocallyWhenTheServiceFails)
+{
+    server->on(QStringLiteral("POST /api/auth/sign-in/email"), ScriptedReply::json(200, R"({"user":{}})"));
+    server->on(QStringLiteral("POST /api/auth/sign-out"), ScriptedReply::json(500, R"({"message":"down"})"));
+    ASSERT_TRUE(run(api->signIn(QStringLiteral("a@b.c"), QStringLiteral("pw"))).ok());
+    MainView main(*api);
+    main.signOut();
+    ASSERT_TRUE(spinUntil([&] { return !api->signedIn(); }));
+}
+
 TEST(MainViewDetailTest, AbsentOrNewSelectionShowsTheNewProjectScreen)
 {
     const QList<Project> projects{{QStringLiteral("p1"), QStringLiteral("Notes"), std::nullopt}};

@@ -12,6 +12,7 @@
 #include "task_runner.h"
 #include "temp_home.h"
 #include "ui/app/palette.h"
+#include "ui/app/window_screens.h"
 #include "ui/conversation/bubble_delegate.h"
 #include "ui/conversation/bubble_list_model.h"
 #include "ui/conversation/bubble_list_view.h"
@@ -104,9 +105,9 @@ protected:
     // A shown conversation that has loaded what the service holds now.
     ChatViewWidget& open(QSize size = QSize(800, 600))
     {
-        widget = std::make_unique<ChatViewWidget>(
-            *api, local, icons, desktop,
-            Project{QStringLiteral("p1"), QStringLiteral("Timer"), std::nullopt});
+        widget.reset(
+            conversationScreen(*api, local, icons, desktop,
+                               Project{QStringLiteral("p1"), QStringLiteral("Timer"), std::nullopt}));
         // Polling would refresh on its own; these tests refresh when they mean to.
         widget->chatView()->setPollIntervals(
             {std::chrono::hours(1), std::chrono::hours(1), std::chrono::hours(1)});

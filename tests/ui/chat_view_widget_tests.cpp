@@ -13,6 +13,7 @@
 #include "service/icon_loader.h"
 #include "task_runner.h"
 #include "temp_home.h"
+#include "ui/app/window_screens.h"
 #include "ui/conversation/bubble_list_model.h"
 #include "ui/conversation/bubble_list_view.h"
 #include "ui/conversation/chat_view_widget.h"
@@ -117,7 +118,7 @@ protected:
     // Polls every 30 ms, or on `clock` when one is given.
     ChatViewWidget& open(const Project& project, std::shared_ptr<HandClock> clock = nullptr)
     {
-        widget = std::make_unique<ChatViewWidget>(*api, *local, icons, desktop, project);
+        widget.reset(conversationScreen(*api, *local, icons, desktop, project));
         widget->chatView()->setPollIntervals(
             {std::chrono::milliseconds(30), std::chrono::milliseconds(30), std::chrono::milliseconds(30)});
         if (clock)

@@ -7,6 +7,7 @@
 #include "service/icon_loader.h"
 #include "task_runner.h"
 #include "temp_home.h"
+#include "ui/app/window_screens.h"
 #include "ui/library/gallery_grid.h"
 #include "ui/library/gallery_tile.h"
 #include "ui/library/gallery_view_widget.h"
@@ -56,7 +57,7 @@ protected:
     {
         api = std::make_unique<API>();
         icons = std::make_unique<IconLoader>(cache.path());
-        gallery = new GalleryViewWidget(*api, *icons, desktop, [this](QString id) { created.append(id); });
+        gallery = galleryScreen(*api, *icons, desktop, [this](QString id) { created.append(id); });
         scroll = new QScrollArea(&window);
         scroll->setWidgetResizable(true);
         scroll->setFrameShape(QFrame::NoFrame);

@@ -9,6 +9,7 @@
 #include "service/icon_loader.h"
 #include "task_runner.h"
 #include "tick_watch.h"
+#include "ui/app/window_screens.h"
 #include "ui/library/github_sync_view_widget.h"
 #include "ui/library/library_detail_view_widget.h"
 #include "ui/library/library_view_widget.h"
@@ -74,9 +75,9 @@ protected:
 
     std::unique_ptr<LibraryDetailViewWidget> shown(int height = 1400)
     {
-        auto widget = std::make_unique<LibraryDetailViewWidget>(
+        std::unique_ptr<LibraryDetailViewWidget> widget(libraryDetailScreen(
             api, icons, desktop, QStringLiteral("p1"), [this](QString id) { opened.append(id); },
-            std::nullopt);
+            std::nullopt));
         widget->resize(900, height);
         widget->show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(widget.get()));
@@ -292,7 +293,7 @@ TEST_F(LibraryDetailWidgetTest, TreeHundredThousandLevelsDeepOpensScrollsToItsDe
        ScriptedReply::json(
            200, compact({{QStringLiteral("apps"),
                           QJsonArray{appJson(QStringLiteral("p1"), QStringLiteral("Deep"), {})}}})));
-    auto library = std::make_unique<LibraryViewWidget>(api, icons, desktop, [](QString) {});
+    std::unique_ptr<LibraryViewWidget> library(libraryScreen(api, icons, desktop, [](QString) {}));
     library->resize(900, 800);
     library->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(library.get()));

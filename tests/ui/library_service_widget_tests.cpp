@@ -9,6 +9,7 @@
 #include "service/api.h"
 #include "service/icon_loader.h"
 #include "task_runner.h"
+#include "ui/app/window_screens.h"
 #include "ui/library/library_detail_view_widget.h"
 #include "ui/library/library_view_widget.h"
 #include "ui/library/tree_row_widget.h"
@@ -32,7 +33,9 @@ TEST(LibraryServiceWidgetTest, AppBuiltByTheServiceOpensDownloadsAndStartsANewPr
     IconLoader icons{QString()};
     RecordingDesktop desktop;
     QStringList opened;
-    LibraryViewWidget widget(service.api(), icons, desktop, [&opened](QString id) { opened.append(id); });
+    const std::unique_ptr<LibraryViewWidget> screen(
+        libraryScreen(service.api(), icons, desktop, [&opened](QString id) { opened.append(id); }));
+    LibraryViewWidget& widget = *screen;
     widget.resize(900, 900);
     widget.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&widget));

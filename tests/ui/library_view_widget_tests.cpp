@@ -7,6 +7,7 @@
 #include "service/api.h"
 #include "service/icon_loader.h"
 #include "task_runner.h"
+#include "ui/app/window_screens.h"
 #include "ui/library/library_app_list_model.h"
 #include "ui/library/library_detail_view_widget.h"
 #include "ui/library/library_view_widget.h"
@@ -54,8 +55,8 @@ protected:
 
     std::unique_ptr<LibraryViewWidget> shown()
     {
-        auto widget = std::make_unique<LibraryViewWidget>(api, icons, desktop,
-                                                          [this](QString id) { opened.append(id); });
+        std::unique_ptr<LibraryViewWidget> widget(
+            libraryScreen(api, icons, desktop, [this](QString id) { opened.append(id); }));
         widget->resize(900, 700);
         widget->show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(widget.get()));

@@ -12,6 +12,7 @@
 #include "service/icon_loader.h"
 #include "task_runner.h"
 #include "temp_home.h"
+#include "ui/app/window_screens.h"
 #include "ui/conversation/composer.h"
 #include "ui/conversation/flow_chips.h"
 #include "ui/conversation/growing_text_view.h"
@@ -89,8 +90,8 @@ protected:
     {
         delete screen;
         local = std::make_unique<LocalBuilds>();
-        screen = new NewProjectViewWidget(*api, *local, *icons, desktop, dialogs,
-                                          [this](QString id) { created.append(id); });
+        screen = newProjectScreen(*api, *local, *icons, desktop, dialogs,
+                                  [this](QString id) { created.append(id); });
         screen->resize(1200, 900);
         if (!show)
             return;

@@ -128,8 +128,9 @@ TEST_F(AppHeaderTest, ShowsNameVersionAndTheIconFromTheServiceAddress)
     icon.body = png(Qt::green);
     icon.contentType = "image/png";
     server.on(QStringLiteral("/icons/notes.png"), icon);
-    AppHeader header(*api, *icons);
-    header.setApp(QStringLiteral("Notes"), QStringLiteral("1.2"), QStringLiteral("/icons/notes.png"));
+    AppHeader header(*icons);
+    header.setApp(QStringLiteral("Notes"), QStringLiteral("1.2"),
+                  api->iconURL(QStringLiteral("/icons/notes.png")));
     EXPECT_EQ(header.nameLabel()->text(), QStringLiteral("Notes"));
     EXPECT_EQ(header.versionLabel()->text(), QStringLiteral("Version 1.2"));
     EXPECT_FALSE(header.tile()->showsPicture()); // the letter tile while it loads
@@ -140,7 +141,7 @@ TEST_F(AppHeaderTest, ShowsNameVersionAndTheIconFromTheServiceAddress)
 
 TEST_F(AppHeaderTest, WithoutAVersionThereIsNoVersionLineAndWithoutAnIconTheLetterTile)
 {
-    AppHeader header(*api, *icons);
+    AppHeader header(*icons);
     header.setApp(QStringLiteral("Notes"), std::nullopt, std::nullopt);
     EXPECT_TRUE(header.versionLabel()->isHidden());
     EXPECT_FALSE(header.tile()->showsPicture());
@@ -150,8 +151,9 @@ TEST_F(AppHeaderTest, WithoutAVersionThereIsNoVersionLineAndWithoutAnIconTheLett
 TEST_F(AppHeaderTest, IconThatFailsLeavesTheLetterTile)
 {
     server.on(QStringLiteral("/icons/missing.png"), ScriptedReply::json(404, R"({"message":"Not found"})"));
-    AppHeader header(*api, *icons);
-    header.setApp(QStringLiteral("Notes"), QStringLiteral("1.0"), QStringLiteral("icons/missing.png"));
+    AppHeader header(*icons);
+    header.setApp(QStringLiteral("Notes"), QStringLiteral("1.0"),
+                  api->iconURL(QStringLiteral("icons/missing.png")));
     const QUrl url = server.baseUrl().resolved(QUrl(QStringLiteral("icons/missing.png")));
     ASSERT_TRUE(spinUntil([&] { return icons->state(url) == IconLoader::State::failed; }));
     EXPECT_FALSE(header.tile()->showsPicture());

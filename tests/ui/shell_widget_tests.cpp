@@ -107,7 +107,7 @@ struct ShellWidgetTest : ::testing::Test
         server.on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, "null"));
         server.on(QStringLiteral("POST /api/auth/sign-in/email"),
                   ScriptedReply::json(401, R"({"message":"Invalid email or password"})"));
-        auto* root = new RootViewWidget(*api, *local, {}, nullptr);
+        auto* root = shellRoot();
         show(root);
         if (!spinUntil([&] { return root->authView() != nullptr; }))
             return nullptr;
@@ -117,6 +117,9 @@ struct ShellWidgetTest : ::testing::Test
         QTest::mouseClick(auth->primaryButton(), Qt::LeftButton);
         return spinUntil([&] { return auth->errorLabel()->isVisible(); }) ? auth : nullptr;
     }
+
+    // The sign-in and main screens over blank detail panes.
+    RootViewWidget* shellRoot() { return rootScreen(*api, shellScreens(*api, *local, nullptr)); }
 
     static QStringList sidebarRows(const Sidebar& sidebar)
     {
@@ -135,7 +138,7 @@ TEST_F(ShellWidgetTest, RootShowsACentredSpinnerWhileCheckingThenTheSignInScreen
     ScriptedReply slow = ScriptedReply::json(200, "null");
     slow.delayMs = 300;
     server.on(QStringLiteral("GET /api/auth/get-session"), slow);
-    auto* root = new RootViewWidget(*api, *local, {}, nullptr);
+    auto* root = shellRoot();
     show(root);
     EXPECT_TRUE(root->spinnerPage()->isVisible());
     EXPECT_EQ(root->authView(), nullptr);
@@ -181,7 +184,7 @@ TEST_F(ShellWidgetTest, SignUpWithoutANameSendsTheEmailAsNameAndOpensTheMainScre
 {
     server.on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, "null"));
     server.on(QStringLiteral("POST /api/auth/sign-up/email"), ScriptedReply::json(200, R"({"user":{}})"));
-    auto* root = new RootViewWidget(*api, *local, {}, nullptr);
+    auto* root = shellRoot();
     show(root);
     ASSERT_TRUE(spinUntil([&] { return root->authView() != nullptr; }));
     AuthViewWidget* auth = root->authView();
@@ -200,7 +203,7 @@ TEST_F(ShellWidgetTest, SignUpWithoutANameSendsTheEmailAsNameAndOpensTheMainScre
 
 TEST_F(ShellWidgetTest, PrimaryButtonIsDisabledUntilEmailAndPasswordHoldSomething)
 {
-    auto* auth = new AuthViewWidget(*api);
+    auto* auth = signInScreen(*api);
     show(auth);
     EXPECT_EQ(auth->primaryButton()->text(), QStringLiteral("Sign in"));
     EXPECT_FALSE(auth->primaryButton()->isEnabled());
@@ -214,10 +217,28 @@ TEST_F(ShellWidgetTest, PrimaryButtonIsDisabledUntilEmailAndPasswordHoldSomethin
     EXPECT_EQ(auth->passwordField()->accessibleName(), QStringLiteral("Password"));
 }
 
+TEST_F(ShellWidgetTest, SignInWidgetDrawsTheModelItIsGivenInWhateverStateItIsIn)
+{
+    // A model switched to signing up and filled before its widget exists: no service is asked.
+    AuthView model(*api);
+    model.toggle();
+    model.setEmail(QStringLiteral("ada@example.com"));
+    model.setPassword(QStringLiteral("secret"));
+    AuthViewWidget auth(model);
+    auth.resize(600, 500);
+    auth.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&auth));
+    EXPECT_TRUE(auth.nameField()->isVisible());
+    EXPECT_EQ(auth.primaryButton()->text(), model.primaryLabel());
+    EXPECT_TRUE(auth.primaryButton()->isEnabled());
+    EXPECT_EQ(auth.toggleButton()->text(), model.toggleLabel());
+    EXPECT_TRUE(server.requests().isEmpty());
+}
+
 TEST_F(ShellWidgetTest, FieldsFilledByAssistiveToolsReachTheForm)
 {
     // Screen readers and input tools set a field's text without key presses.
-    auto* auth = new AuthViewWidget(*api);
+    auto* auth = signInScreen(*api);
     show(auth);
     auth->emailField()->setText(QStringLiteral("ada@example.com"));
     auth->passwordField()->setText(QStringLiteral("secret"));
@@ -229,7 +250,7 @@ TEST_F(ShellWidgetTest, FieldsFilledByAssistiveToolsReachTheForm)
 TEST_F(ShellWidgetTest, SidebarListsTheProjectsInTheServicesOrderUnderTheFixedEntries)
 {
     ASSERT_TRUE(run(api->loadProjects()).ok());
-    auto* main = new MainViewWidget(*api, *local, {}, nullptr);
+    auto* main = mainScreen(*api, *local, {}, nullptr);
     show(main);
     EXPECT_EQ(sidebarRows(*main->sidebar()),
               (QStringList{QStringLiteral("New app"), QStringLiteral("My apps"), QStringLiteral("Your apps"),
@@ -247,7 +268,7 @@ TEST_F(ShellWidgetTest, SidebarListsTheProjectsInTheServicesOrderUnderTheFixedEn
 TEST_F(ShellWidgetTest, SidebarFollowsTheProjectListAfterACreateAndAFork)
 {
     ASSERT_TRUE(run(api->loadProjects()).ok());
-    auto* main = new MainViewWidget(*api, *local, {}, nullptr);
+    auto* main = mainScreen(*api, *local, {}, nullptr);
     show(main);
     main->model().select(QStringLiteral("p1"));
     server.on(QStringLiteral("POST /api/projects"), ScriptedReply::json(200, R"({"id":"p3"})"));
@@ -283,8 +304,7 @@ TEST_F(ShellWidgetTest, TemplateFromTheGalleryOpensTheNewProjectsConversation)
     IconLoader icons(cache.path());
     RecordingDesktop desktop;
     ScriptedDialogs dialogs;
-    auto* main =
-        new MainViewWidget(*api, *local, windowScreens(*api, *local, icons, desktop, dialogs), nullptr);
+    auto* main = mainScreen(*api, *local, windowScreens(*api, *local, icons, desktop, dialogs), nullptr);
     window.resize(1200, 900); // the gallery's first row in view below the form
     show(main);
     auto* start = qobject_cast<NewProjectViewWidget*>(main->detail());
@@ -313,7 +333,7 @@ TEST_F(ShellWidgetTest, TemplateFromTheGalleryOpensTheNewProjectsConversation)
 TEST_F(ShellWidgetTest, ProjectMissingFromAReloadedListKeepsItsSelectionAndComesBackWhenListedAgain)
 {
     ASSERT_TRUE(run(api->loadProjects()).ok());
-    auto* main = new MainViewWidget(*api, *local, {}, nullptr);
+    auto* main = mainScreen(*api, *local, {}, nullptr);
     show(main);
     main->model().select(QStringLiteral("p2"));
     EXPECT_EQ(main->model().detail().screen, MainView::Screen::conversation);
@@ -345,7 +365,7 @@ TEST_F(ShellWidgetTest, ProjectMissingFromAReloadedListKeepsItsSelectionAndComes
 TEST_F(ShellWidgetTest, ChoosingSidebarRowsSelectsTheirScreens)
 {
     ASSERT_TRUE(run(api->loadProjects()).ok());
-    auto* main = new MainViewWidget(*api, *local, {}, nullptr);
+    auto* main = mainScreen(*api, *local, {}, nullptr);
     show(main);
     EXPECT_EQ(main->model().detail().screen, MainView::Screen::newProject);
     QListView* list = main->sidebar()->list();
@@ -364,7 +384,7 @@ TEST_F(ShellWidgetTest, ChoosingSidebarRowsSelectsTheirScreens)
 TEST_F(ShellWidgetTest, KeyboardShortcutsOpenNewAppMyAppsAndTheFirstNineProjects)
 {
     ASSERT_TRUE(run(api->loadProjects()).ok());
-    auto* main = new MainViewWidget(*api, *local, {}, nullptr);
+    auto* main = mainScreen(*api, *local, {}, nullptr);
     show(main);
     window.activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
@@ -391,7 +411,7 @@ TEST_F(ShellWidgetTest, EachSelectionBuildsAFreshScreen)
         ++made;
         return Screens::Conversation{new QLabel(project.name), nullptr};
     };
-    auto* main = new MainViewWidget(*api, *local, screens, nullptr);
+    auto* main = mainScreen(*api, *local, screens, nullptr);
     show(main);
     main->model().select(QStringLiteral("p1"));
     QPointer<QWidget> first = main->detail();
@@ -406,7 +426,7 @@ TEST_F(ShellWidgetTest, EachSelectionBuildsAFreshScreen)
 TEST_F(ShellWidgetTest, SigningOutReturnsToAnEmptySignInScreenAndDropsTheMainScreen)
 {
     server.on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, R"({"user":{}})"));
-    auto* root = new RootViewWidget(*api, *local, {}, nullptr);
+    auto* root = shellRoot();
     show(root);
     ASSERT_TRUE(spinUntil([&] { return root->mainView() != nullptr; }));
     QPointer<MainViewWidget> main = root->mainView();
@@ -423,7 +443,8 @@ TEST_F(ShellWidgetTest, WorkerBannerShowsOneRowWhileDelayedAndTakesNoSpaceOtherw
 {
     server.on(QStringLiteral("GET /api/worker-status"),
               ScriptedReply::json(200, R"({"online":false,"delayed":true,"reason":"offline"})"));
-    auto* banner = new WorkerStatusBannerWidget(*api);
+    WorkerStatusBanner model(*api);
+    auto* banner = new WorkerStatusBannerWidget(model);
     banner->model().setInterval(20ms);
     show(banner);
     ASSERT_TRUE(spinUntil([&] { return banner->row()->isVisible(); }));
@@ -453,7 +474,7 @@ TEST_F(ShellWidgetTest, BuildThatEndsWhileTheWindowIsElsewhereIsAnnouncedOnTheDe
         chat = new ChatView(*api, *local, project, nullptr, label);
         return Screens::Conversation{label, chat};
     };
-    auto* main = new MainViewWidget(*api, *local, screens, &notifier);
+    auto* main = mainScreen(*api, *local, screens, &notifier);
     show(main);
     main->model().select(QStringLiteral("p1"));
     ASSERT_NE(chat, nullptr);
@@ -486,7 +507,7 @@ TEST_F(ShellWidgetTest, BuildThatEndsWhileTheWindowIsInFrontIsNotAnnounced)
         chat = new ChatView(*api, *local, project, nullptr, label);
         return Screens::Conversation{label, chat};
     };
-    auto* main = new MainViewWidget(*api, *local, screens, &notifier);
+    auto* main = mainScreen(*api, *local, screens, &notifier);
     show(main);
     window.activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
@@ -508,7 +529,7 @@ TEST_F(ShellWidgetTest, EverySignInControlIsNamedAndItsAccessibleActionDoesWhatA
     expectActionsDoWhatClicksDo(
         [&]() -> QWidget* {
             root.reset();
-            root = std::make_unique<RootViewWidget>(*api, *local, Screens{}, nullptr);
+            root = std::unique_ptr<RootViewWidget>(shellRoot());
             root->resize(1000, 640);
             root->show();
             spinUntil([&] { return root->authView() != nullptr; });
@@ -534,8 +555,8 @@ TEST_F(ShellWidgetTest, EveryMainScreenControlIsNamedAndItsAccessibleActionDoesW
         [&]() -> QWidget* {
             main.reset();
             Settings::store()->remove(Settings::buildLocationKey);
-            main = std::make_unique<MainViewWidget>(
-                *api, *local, windowScreens(*api, *local, icons, desktop, dialogs), nullptr);
+            main = std::unique_ptr<MainViewWidget>(
+                mainScreen(*api, *local, windowScreens(*api, *local, icons, desktop, dialogs), nullptr));
             main->resize(1000, 640);
             main->show();
             spinUntil([&] { return main->detail() != nullptr; });

@@ -10,6 +10,7 @@
 #include "service/icon_loader.h"
 #include "task_runner.h"
 #include "temp_home.h"
+#include "ui/app/window_screens.h"
 #include "ui/conversation/chat_button_row.h"
 #include "ui/conversation/chat_view_widget.h"
 #include "ui/conversation/download_area_widget.h"
@@ -64,9 +65,9 @@ protected:
 
     ChatViewWidget& open()
     {
-        widget = std::make_unique<ChatViewWidget>(
-            *api, local, icons, desktop,
-            Project{QStringLiteral("p1"), QStringLiteral("Timer"), std::nullopt});
+        widget.reset(
+            conversationScreen(*api, local, icons, desktop,
+                               Project{QStringLiteral("p1"), QStringLiteral("Timer"), std::nullopt}));
         widget->chatView()->setPollIntervals(
             {std::chrono::hours(1), std::chrono::hours(1), std::chrono::hours(1)});
         widget->chatView()->startPolling();

@@ -8,6 +8,7 @@
 #include "scene.h"
 #include "service/api.h"
 #include "service_control.h"
+#include "ui/app/window_screens.h"
 #include "ui/conversation/bubble_list_view.h"
 #include "ui/conversation/chat_view_widget.h"
 #include "ui/conversation/download_area_widget.h"
@@ -39,7 +40,7 @@ QCoro::Task<Project> newProject(SceneContext& context, QString prompt, bool sour
 ui::ChatViewWidget* conversation(SceneContext& context, const Project& project)
 {
     auto* widget =
-        new ui::ChatViewWidget(context.api, context.local, context.icons, context.desktop, project);
+        ui::conversationScreen(context.api, context.local, context.icons, context.desktop, project);
     const auto quick = std::chrono::milliseconds(100);
     widget->chatView()->setPollIntervals({quick, quick, quick});
     widget->chatView()->startPolling();

@@ -8,6 +8,7 @@
 #include "scene.h"
 #include "service/api.h"
 #include "service/icon_loader.h"
+#include "ui/app/window_screens.h"
 #include "ui/library/github_sync_view_widget.h"
 #include "ui/library/library_detail_view_widget.h"
 #include "ui/library/library_view_widget.h"
@@ -144,7 +145,7 @@ QCoro::Task<QWidget*> libraryList(SceneContext& context)
 {
     try {
         co_await prepareLibrary(context.api);
-        auto* widget = new ui::LibraryViewWidget(context.api, context.icons, context.desktop, [](QString) {});
+        auto* widget = ui::libraryScreen(context.api, context.icons, context.desktop, [](QString) {});
         co_await waitUntil([widget] { return widget->model().loaded(); });
         co_return widget;
     } catch (const std::exception& error) {
@@ -156,7 +157,7 @@ QCoro::Task<QWidget*> libraryDetail(SceneContext& context)
 {
     try {
         const Prepared prepared = co_await prepareLibrary(context.api);
-        auto* widget = new ui::LibraryViewWidget(context.api, context.icons, context.desktop, [](QString) {});
+        auto* widget = ui::libraryScreen(context.api, context.icons, context.desktop, [](QString) {});
         co_await waitUntil([widget] { return widget->model().loaded(); });
         widget->model().select(prepared.fork);
         co_await waitUntil([widget] {

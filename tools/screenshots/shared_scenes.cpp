@@ -86,11 +86,12 @@ QCoro::Task<QWidget*> appHeader(SceneContext& context)
     auto* layout = new QVBoxLayout(column);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(20);
-    auto* withIcon = new ui::AppHeader(context.api, context.icons);
+    auto* withIcon = new ui::AppHeader(context.icons);
     if (!gallery.isEmpty())
-        withIcon->setApp(gallery.front().name, QStringLiteral("1.2"), gallery.front().iconUrl);
+        withIcon->setApp(gallery.front().name, QStringLiteral("1.2"),
+                         context.api.iconURL(gallery.front().iconUrl));
     layout->addWidget(withIcon);
-    auto* letter = new ui::AppHeader(context.api, context.icons);
+    auto* letter = new ui::AppHeader(context.icons);
     letter->setApp(QStringLiteral("Recipe Box"), QStringLiteral("1.0"), std::nullopt);
     layout->addWidget(letter);
     co_return page(column);

@@ -9,6 +9,7 @@
 #include "shell/worker_status_banner.h"
 #include "ui/app/auth_view_widget.h"
 #include "ui/app/main_view_widget.h"
+#include "ui/app/window_screens.h"
 #include "ui/app/worker_status_banner_widget.h"
 #include "ui/conversation/chat_view_widget.h"
 
@@ -19,12 +20,12 @@ namespace {
 
 QCoro::Task<QWidget*> signIn(SceneContext& context)
 {
-    co_return new ui::AuthViewWidget(context.api);
+    co_return ui::signInScreen(context.api);
 }
 
 QCoro::Task<QWidget*> signInError(SceneContext& context)
 {
-    auto* screen = new ui::AuthViewWidget(context.api);
+    auto* screen = ui::signInScreen(context.api);
     screen->model().toggle();
     screen->nameField()->setText(QStringLiteral("Ada"));
     screen->emailField()->setText(QStringLiteral("ada@example.com"));
@@ -43,7 +44,7 @@ QCoro::Task<QWidget*> signInError(SceneContext& context)
 QCoro::Task<QWidget*> mainScreen(SceneContext& context)
 {
     co_await context.api.loadProjects();
-    auto* screen = new ui::MainViewWidget(context.api, context.local, context.screens, nullptr);
+    auto* screen = ui::mainScreen(context.api, context.local, context.screens, nullptr);
     // The newest project that has a conversation to show.
     for (const Project& project : context.api.projects()) {
         const ProjectDetail detail = co_await context.api.detail(project.id);
@@ -65,7 +66,7 @@ QCoro::Task<QWidget*> workerDelayed(SceneContext& context)
 {
     co_await context.control(QStringLiteral("PUT"), QStringLiteral("control/worker-status"),
                              QByteArray(R"({"online":false,"delayed":true,"reason":"offline"})"));
-    auto* screen = new ui::MainViewWidget(context.api, context.local, context.screens, nullptr);
+    auto* screen = ui::mainScreen(context.api, context.local, context.screens, nullptr);
     screen->resize(1100, 400);
     screen->show(); // the banner polls while it is shown
     co_await waitUntil([screen] { return screen->banner()->model().shown(); });

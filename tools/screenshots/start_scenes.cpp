@@ -7,6 +7,7 @@
 #include "scripted_dialogs.h"
 #include "service/api.h"
 #include "service/icon_loader.h"
+#include "ui/app/window_screens.h"
 #include "ui/conversation/composer.h"
 #include "ui/conversation/location_picker.h"
 #include "ui/conversation/new_project_view_widget.h"
@@ -84,8 +85,8 @@ ui::NewProjectViewWidget* screen(SceneContext& context, const QString& location)
 {
     // A fresh controller each time, so that no check of an earlier scene shows.
     auto* local = new LocalBuilds;
-    auto* widget = new ui::NewProjectViewWidget(context.api, *local, context.icons, context.desktop,
-                                                dialogs(), [](QString) {});
+    auto* widget =
+        ui::newProjectScreen(context.api, *local, context.icons, context.desktop, dialogs(), [](QString) {});
     local->setParent(widget);
     widget->model().setLocation(location);
     return widget;
@@ -177,7 +178,7 @@ QWidget* galleryPage(ui::GalleryViewWidget* gallery)
 
 ui::GalleryViewWidget* gallery(SceneContext& context)
 {
-    return new ui::GalleryViewWidget(context.api, context.icons, context.desktop, [](QString) {});
+    return ui::galleryScreen(context.api, context.icons, context.desktop, [](QString) {});
 }
 
 QCoro::Task<GalleryView*> loaded(ui::GalleryViewWidget* widget)

@@ -149,7 +149,9 @@ QCoro::Task<int> runSoak(TimedApplication& app, SoakOptions options)
         co_return 1;
     }
 
-    ui::MainViewWidget window(api, local, ui::windowScreens(api, local, icons, desktop, dialogs), nullptr);
+    const std::unique_ptr<ui::MainViewWidget> screen(
+        ui::mainScreen(api, local, ui::windowScreens(api, local, icons, desktop, dialogs), nullptr));
+    ui::MainViewWidget& window = *screen;
     window.resize(1100, 720);
     window.banner()->model().setInterval(std::chrono::milliseconds(options.bannerIntervalMs));
     window.show();

@@ -31,7 +31,7 @@ QLineEdit* field(const QString& placeholder, QWidget* parent)
 
 } // namespace
 
-AuthViewWidget::AuthViewWidget(API& api, QWidget* parent) : QWidget(parent), m_model(new AuthView(api, this))
+AuthViewWidget::AuthViewWidget(AuthView& view, QWidget* parent) : QWidget(parent), m_model(&view)
 {
     auto* outer = new QVBoxLayout(this);
     outer->addStretch(1);
@@ -96,7 +96,7 @@ AuthViewWidget::AuthViewWidget(API& api, QWidget* parent) : QWidget(parent), m_m
     outer->addLayout(row);
     outer->addStretch(1);
 
-    AuthView* model = m_model;
+    AuthView* model = &view;
     connect(m_name, &QLineEdit::textChanged, model, &AuthView::setName);
     connect(m_email, &QLineEdit::textChanged, model, &AuthView::setEmail);
     connect(m_password, &QLineEdit::textChanged, model, &AuthView::setPassword);

@@ -9,7 +9,6 @@ class QLineEdit;
 class QPushButton;
 
 namespace brightloom {
-class API;
 class AuthView;
 } // namespace brightloom
 
@@ -26,7 +25,7 @@ class AuthViewWidget final : public QWidget
     Q_DISABLE_COPY_MOVE(AuthViewWidget)
 
 public:
-    explicit AuthViewWidget(API& api, QWidget* parent = nullptr);
+    explicit AuthViewWidget(AuthView& model, QWidget* parent = nullptr);
 
     AuthView& model() const { return *m_model; }
     QLineEdit* nameField() const { return m_name; }

@@ -33,9 +33,8 @@ BrightloomApp::BrightloomApp(SingleInstance& instance, QObject* parent)
 
     auto* layout = new QVBoxLayout(m_window.get());
     layout->setContentsMargins(0, 0, 0, 0);
-    m_root = new RootViewWidget(*m_api, *m_local,
-                                windowScreens(*m_api, *m_local, *m_icons, *m_desktop, *m_dialogs),
-                                m_notifier.get(), m_window.get());
+    m_root = rootScreen(*m_api,
+                        windowScreens(*m_api, *m_local, *m_icons, *m_desktop, *m_dialogs, m_notifier.get()));
     layout->addWidget(m_root);
     connect(&instance, &SingleInstance::raiseRequested, this, &BrightloomApp::raise);
 }

@@ -2,7 +2,6 @@
 
 #include "conversation/chat_view.h"
 #include "localbuild/local_builds.h"
-#include "service/api.h"
 #include "shell/build_notice.h"
 #include "sidebar.h"
 #include "ui/desktop/desktop_notifier.h"
@@ -14,20 +13,19 @@
 
 namespace brightloom::ui {
 
-MainViewWidget::MainViewWidget(API& api, LocalBuilds& local, Screens screens, DesktopNotifier* notifier,
-                               QWidget* parent)
-    : QWidget(parent), m_model(new MainView(api, this)), m_local(local), m_screens(std::move(screens)),
-      m_notifier(notifier)
+MainViewWidget::MainViewWidget(MainView& model, WorkerStatusBanner& banner, LocalBuilds& local,
+                               Screens screens, DesktopNotifier* notifier, QWidget* parent)
+    : QWidget(parent), m_model(&model), m_local(local), m_screens(std::move(screens)), m_notifier(notifier)
 {
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    m_sidebar = new Sidebar(api, *m_model, this);
+    m_sidebar = new Sidebar(model, this);
     layout->addWidget(m_sidebar);
     auto* right = new QVBoxLayout;
     right->setContentsMargins(0, 0, 0, 0);
     right->setSpacing(0);
-    m_banner = new WorkerStatusBannerWidget(api, this);
+    m_banner = new WorkerStatusBannerWidget(banner, this);
     right->addWidget(m_banner);
     m_pane = new QVBoxLayout;
     m_pane->setContentsMargins(0, 0, 0, 0);

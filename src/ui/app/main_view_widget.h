@@ -10,9 +10,9 @@
 class QVBoxLayout;
 
 namespace brightloom {
-class API;
 class ChatView;
 class LocalBuilds;
+class WorkerStatusBanner;
 } // namespace brightloom
 
 namespace brightloom::ui {
@@ -30,8 +30,8 @@ class MainViewWidget final : public QWidget
     Q_DISABLE_COPY_MOVE(MainViewWidget)
 
 public:
-    MainViewWidget(API& api, LocalBuilds& local, Screens screens, DesktopNotifier* notifier,
-                   QWidget* parent = nullptr);
+    MainViewWidget(MainView& model, WorkerStatusBanner& banner, LocalBuilds& local, Screens screens,
+                   DesktopNotifier* notifier, QWidget* parent = nullptr);
 
     MainView& model() const { return *m_model; }
     Sidebar* sidebar() const { return m_sidebar; }

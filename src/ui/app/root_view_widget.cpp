@@ -10,10 +10,9 @@
 
 namespace brightloom::ui {
 
-RootViewWidget::RootViewWidget(API& api, LocalBuilds& local, Screens screens, DesktopNotifier* notifier,
-                               QWidget* parent)
-    : QWidget(parent), m_api(api), m_local(local), m_screens(std::move(screens)), m_notifier(notifier),
-      m_model(new RootView(api, this)), m_stack(new QStackedLayout(this)), m_spinnerPage(new QWidget(this))
+RootViewWidget::RootViewWidget(RootView& model, Screens screens, QWidget* parent)
+    : QWidget(parent), m_screens(std::move(screens)), m_model(&model), m_stack(new QStackedLayout(this)),
+      m_spinnerPage(new QWidget(this))
 {
     auto* centre = new QVBoxLayout(m_spinnerPage);
     centre->addStretch(1);
@@ -26,12 +25,12 @@ RootViewWidget::RootViewWidget(API& api, LocalBuilds& local, Screens screens, De
 
 AuthViewWidget* RootViewWidget::authView() const
 {
-    return m_auth;
+    return qobject_cast<AuthViewWidget*>(m_auth.data());
 }
 
 MainViewWidget* RootViewWidget::mainView() const
 {
-    return m_main;
+    return qobject_cast<MainViewWidget*>(m_main.data());
 }
 
 void RootViewWidget::showEvent(QShowEvent* event)
@@ -53,7 +52,7 @@ void RootViewWidget::showScreen()
             m_main = nullptr;
         }
         if (!m_auth) {
-            m_auth = new AuthViewWidget(m_api, this);
+            m_auth = m_screens.signIn ? m_screens.signIn() : new QWidget;
             m_stack->addWidget(m_auth);
         }
         m_stack->setCurrentWidget(m_auth);
@@ -66,7 +65,7 @@ void RootViewWidget::showScreen()
             m_auth = nullptr;
         }
         if (!m_main) {
-            m_main = new MainViewWidget(m_api, m_local, m_screens, m_notifier, this);
+            m_main = m_screens.main ? m_screens.main() : new QWidget;
             m_stack->addWidget(m_main);
         }
         m_stack->setCurrentWidget(m_main);

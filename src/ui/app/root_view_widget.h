@@ -8,15 +8,12 @@
 class QStackedLayout;
 
 namespace brightloom {
-class API;
-class LocalBuilds;
 class RootView;
-} // namespace brightloom
+}
 
 namespace brightloom::ui {
 
 class AuthViewWidget;
-class DesktopNotifier;
 class MainViewWidget;
 
 // The window's content: a centred spinner while the session is restored, then the main screen or
@@ -28,8 +25,8 @@ class RootViewWidget final : public QWidget
     Q_DISABLE_COPY_MOVE(RootViewWidget)
 
 public:
-    RootViewWidget(API& api, LocalBuilds& local, Screens screens, DesktopNotifier* notifier,
-                   QWidget* parent = nullptr);
+    // `screens` gives the sign-in and main screens.
+    RootViewWidget(RootView& model, Screens screens, QWidget* parent = nullptr);
 
     RootView& model() const { return *m_model; }
     QWidget* spinnerPage() const { return m_spinnerPage; }
@@ -42,15 +39,12 @@ protected:
 private:
     void showScreen();
 
-    API& m_api;
-    LocalBuilds& m_local;
     Screens m_screens;
-    DesktopNotifier* m_notifier;
     RootView* m_model;
     QStackedLayout* m_stack;
     QWidget* m_spinnerPage;
-    QPointer<AuthViewWidget> m_auth;
-    QPointer<MainViewWidget> m_main;
+    QPointer<QWidget> m_auth;
+    QPointer<QWidget> m_main;
 };
 
 } // namespace brightloom::ui

@@ -12,8 +12,9 @@ class ChatView;
 
 namespace brightloom::ui {
 
-// The screens the main screen shows in its detail pane, made afresh for each selection. `open`
-// selects a project (a new one, a fork, or "Change this app").
+// The window's screens, each made afresh when it appears: the sign-in and main screens the root shows,
+// and the ones the main screen shows in its detail pane for each selection. `open` selects a project
+// (a new one, a fork, or "Change this app"). A screen left empty shows as a blank page.
 struct Screens
 {
     using Open = std::function<void(QString)>;
@@ -24,6 +25,8 @@ struct Screens
         ChatView* model = nullptr; // watched for builds that end while the window is elsewhere
     };
 
+    std::function<QWidget*()> signIn;
+    std::function<QWidget*()> main;
     std::function<QWidget*(Open open)> newProject;
     std::function<QWidget*(Open open)> library;
     std::function<Conversation(const Project& project)> conversation;

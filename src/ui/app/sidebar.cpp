@@ -1,7 +1,6 @@
 #include "sidebar.h"
 
 #include "platform/version.h"
-#include "service/api.h"
 #include "shell/main_view.h"
 #include "sidebar_model.h"
 #include "ui/shared/link_button.h"
@@ -99,7 +98,7 @@ public:
 
 } // namespace
 
-Sidebar::Sidebar(API& api, MainView& main, QWidget* parent)
+Sidebar::Sidebar(MainView& main, QWidget* parent)
     : QWidget(parent), m_main(main), m_model(new SidebarModel(this)), m_list(new QListView(this)),
       m_signOut(new LinkButton(QStringLiteral("Sign out"), this)),
       m_version(new QLabel(QStringLiteral("Version ") + QStringLiteral(BRIGHTLOOM_VERSION), this))
@@ -155,11 +154,7 @@ Sidebar::Sidebar(API& api, MainView& main, QWidget* parent)
                 if (!m_following && !selection.isEmpty())
                     m_main.select(selection);
             });
-    QPointer<API> client(&api);
-    connect(m_signOut, &QPushButton::clicked, this, [client] {
-        if (client)
-            client->signOut();
-    });
+    connect(m_signOut, &QPushButton::clicked, &main, &MainView::signOut);
     showSelection();
 }
 

@@ -6,7 +6,6 @@ class QLabel;
 class QListView;
 
 namespace brightloom {
-class API;
 class MainView;
 } // namespace brightloom
 
@@ -23,7 +22,7 @@ class Sidebar final : public QWidget
     Q_DISABLE_COPY_MOVE(Sidebar)
 
 public:
-    Sidebar(API& api, MainView& main, QWidget* parent = nullptr);
+    explicit Sidebar(MainView& main, QWidget* parent = nullptr);
 
     QListView* list() const { return m_list; }
     SidebarModel* model() const { return m_model; }

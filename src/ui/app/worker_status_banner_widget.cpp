@@ -43,8 +43,8 @@ protected:
 
 } // namespace
 
-WorkerStatusBannerWidget::WorkerStatusBannerWidget(API& api, QWidget* parent)
-    : QWidget(parent), m_model(new WorkerStatusBanner(api, this)), m_row(new BannerLabel(this))
+WorkerStatusBannerWidget::WorkerStatusBannerWidget(WorkerStatusBanner& model, QWidget* parent)
+    : QWidget(parent), m_model(&model), m_row(new BannerLabel(this))
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(16, 12, 16, 0);

@@ -5,7 +5,6 @@
 class QLabel;
 
 namespace brightloom {
-class API;
 class WorkerStatusBanner;
 } // namespace brightloom
 
@@ -19,7 +18,7 @@ class WorkerStatusBannerWidget final : public QWidget
     Q_DISABLE_COPY_MOVE(WorkerStatusBannerWidget)
 
 public:
-    explicit WorkerStatusBannerWidget(API& api, QWidget* parent = nullptr);
+    explicit WorkerStatusBannerWidget(WorkerStatusBanner& model, QWidget* parent = nullptr);
 
     WorkerStatusBanner& model() const { return *m_model; }
     QLabel* row() const { return m_row; }

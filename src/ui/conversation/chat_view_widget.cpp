@@ -51,11 +51,9 @@ QColor errorColour(const QPalette& palette)
 
 } // namespace
 
-ChatViewWidget::ChatViewWidget(API& api, LocalBuilds& local, IconLoader& icons, Desktop& desktop,
-                               Project project, QWidget* parent)
-    : QWidget(parent), m_view(new ChatView(api, local, std::move(project), &desktop, this)),
-      m_bubbles(new BubbleListModel(this)), m_list(new BubbleListView(this)),
-      m_status(new StatusAreaWidget(*m_view, api, icons, &desktop)), m_error(new QLabel(this)),
+ChatViewWidget::ChatViewWidget(ChatView& view, IconLoader& icons, Desktop& desktop, QWidget* parent)
+    : QWidget(parent), m_view(&view), m_bubbles(new BubbleListModel(this)), m_list(new BubbleListView(this)),
+      m_status(new StatusAreaWidget(view, icons, &desktop)), m_error(new QLabel(this)),
       m_composer(new Composer(conversationComposer(), this))
 {
     auto* layout = new QVBoxLayout(this);

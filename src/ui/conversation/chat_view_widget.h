@@ -7,11 +7,9 @@
 class QLabel;
 
 namespace brightloom {
-class API;
 class ChatView;
 class Desktop;
 class IconLoader;
-class LocalBuilds;
 } // namespace brightloom
 
 namespace brightloom::ui {
@@ -33,8 +31,7 @@ class ChatViewWidget final : public QWidget
     Q_DISABLE_COPY_MOVE(ChatViewWidget)
 
 public:
-    ChatViewWidget(API& api, LocalBuilds& local, IconLoader& icons, Desktop& desktop, Project project,
-                   QWidget* parent = nullptr);
+    ChatViewWidget(ChatView& view, IconLoader& icons, Desktop& desktop, QWidget* parent = nullptr);
     ~ChatViewWidget() override;
 
     ChatView* chatView() const { return m_view; }

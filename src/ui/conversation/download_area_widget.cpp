@@ -28,8 +28,8 @@ void styleDownload(QPushButton* button, const ChatButton& shown, const QList<Cha
 
 } // namespace
 
-DownloadAreaWidget::DownloadAreaWidget(API& api, IconLoader& icons, Desktop* desktop, QWidget* parent)
-    : QWidget(parent), m_header(new AppHeader(api, icons, this)),
+DownloadAreaWidget::DownloadAreaWidget(IconLoader& icons, Desktop* desktop, QWidget* parent)
+    : QWidget(parent), m_header(new AppHeader(icons, this)),
       m_downloads(new ChatButtonRow(styleDownload, this)), m_savedBox(new QWidget(this)),
       m_savedLayout(new QVBoxLayout(m_savedBox)), m_note(new FirstLaunchNote(desktop, this))
 {

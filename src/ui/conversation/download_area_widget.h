@@ -9,7 +9,6 @@ class QLabel;
 class QVBoxLayout;
 
 namespace brightloom {
-class API;
 class Desktop;
 class IconLoader;
 } // namespace brightloom
@@ -29,7 +28,7 @@ class DownloadAreaWidget final : public QWidget
     Q_DISABLE_COPY_MOVE(DownloadAreaWidget)
 
 public:
-    DownloadAreaWidget(API& api, IconLoader& icons, Desktop* desktop, QWidget* parent = nullptr);
+    DownloadAreaWidget(IconLoader& icons, Desktop* desktop, QWidget* parent = nullptr);
 
     void setArea(const DownloadArea& area);
 

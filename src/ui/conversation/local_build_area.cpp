@@ -67,8 +67,8 @@ QLabel* wrappedLabel(QWidget* parent, const QString& description)
 
 } // namespace
 
-LocalBuildArea::LocalBuildArea(API& api, IconLoader& icons, QWidget* parent)
-    : QWidget(parent), m_header(new AppHeader(api, icons, this)), m_phase(new ProgressRow(this)),
+LocalBuildArea::LocalBuildArea(IconLoader& icons, QWidget* parent)
+    : QWidget(parent), m_header(new AppHeader(icons, this)), m_phase(new ProgressRow(this)),
       m_error(wrappedLabel(this, QStringLiteral("Build error"))), m_log(new LogBox(this)),
       m_buttons(new ChatButtonRow({}, this)), m_note(wrappedLabel(this, QStringLiteral("First launch note")))
 {

@@ -8,7 +8,6 @@ class QLabel;
 class QPlainTextEdit;
 
 namespace brightloom {
-class API;
 class IconLoader;
 } // namespace brightloom
 
@@ -27,7 +26,7 @@ class LocalBuildArea final : public QWidget
     Q_DISABLE_COPY_MOVE(LocalBuildArea)
 
 public:
-    LocalBuildArea(API& api, IconLoader& icons, QWidget* parent = nullptr);
+    explicit LocalBuildArea(IconLoader& icons, QWidget* parent = nullptr);
 
     void setArea(const LocalArea& area);
 

@@ -39,15 +39,12 @@ Composer::Options composerOptions()
 
 } // namespace
 
-NewProjectViewWidget::NewProjectViewWidget(API& api, LocalBuilds& local, IconLoader& icons, Desktop& desktop,
-                                           Dialogs& dialogs, std::function<void(QString)> onCreated,
+NewProjectViewWidget::NewProjectViewWidget(NewProjectView& model, GalleryView& gallery, IconLoader& icons,
                                            QWidget* parent)
-    : QWidget(parent), m_model(new NewProjectView(api, local, dialogs, onCreated, this)),
-      m_scroll(new QScrollArea(this)), m_column(new QWidget),
+    : QWidget(parent), m_model(&model), m_scroll(new QScrollArea(this)), m_column(new QWidget),
       m_composer(new Composer(composerOptions(), m_column)), m_busy(new QWidget(m_column)),
       m_notice(new LinkNoticeView(m_column)), m_error(new ErrorLabel(QStringLiteral("Error"), m_column)),
-      m_picker(new LocationPicker(m_column)),
-      m_gallery(new GalleryViewWidget(api, icons, desktop, std::move(onCreated), m_column))
+      m_picker(new LocationPicker(m_column)), m_gallery(new GalleryViewWidget(gallery, icons, m_column))
 {
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);

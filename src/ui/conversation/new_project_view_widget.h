@@ -9,11 +9,8 @@ class QLabel;
 class QScrollArea;
 
 namespace brightloom {
-class API;
-class Desktop;
-class Dialogs;
+class GalleryView;
 class IconLoader;
-class LocalBuilds;
 class NewProjectView;
 } // namespace brightloom
 
@@ -39,8 +36,9 @@ public:
     static const QString placeholder; // "Describe the Mac app you want…"
     static const QString starting;    // "Starting…"
 
-    NewProjectViewWidget(API& api, LocalBuilds& local, IconLoader& icons, Desktop& desktop, Dialogs& dialogs,
-                         std::function<void(QString)> onCreated, QWidget* parent = nullptr);
+    // The screen over its model, with the template gallery under it.
+    NewProjectViewWidget(NewProjectView& model, GalleryView& gallery, IconLoader& icons,
+                         QWidget* parent = nullptr);
     ~NewProjectViewWidget() override;
 
     NewProjectView& model() const { return *m_model; }

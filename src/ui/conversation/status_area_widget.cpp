@@ -11,11 +11,10 @@
 
 namespace brightloom::ui {
 
-StatusAreaWidget::StatusAreaWidget(ChatView& view, API& api, IconLoader& icons, Desktop* desktop,
-                                   QWidget* parent)
+StatusAreaWidget::StatusAreaWidget(ChatView& view, IconLoader& icons, Desktop* desktop, QWidget* parent)
     : QWidget(parent), m_view(view), m_progress(new ProgressRow(this)),
-      m_local(new LocalBuildArea(api, icons, this)),
-      m_download(new DownloadAreaWidget(api, icons, desktop, this)), m_failed(new QLabel(this))
+      m_local(new LocalBuildArea(icons, this)), m_download(new DownloadAreaWidget(icons, desktop, this)),
+      m_failed(new QLabel(this))
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 4, 0, 0);
@@ -54,7 +53,7 @@ StatusAreaWidget::Shown StatusAreaWidget::read() const
     if (shown.local || shown.download) {
         shown.appName = job->appName.value_or(m_view.project().name);
         shown.version = job->version;
-        shown.iconUrl = job->iconUrl;
+        shown.icon = m_view.iconAddress(*job);
     }
     return shown;
 }
@@ -71,14 +70,14 @@ void StatusAreaWidget::refresh()
         m_progress->set(now.status.text, now.status.since);
     if (now.local) {
         if (!m_shown || m_shown->appName != now.appName || m_shown->version != now.version ||
-            m_shown->iconUrl != now.iconUrl || !m_shown->local)
-            m_local->header()->setApp(now.appName, now.version, now.iconUrl);
+            m_shown->icon != now.icon || !m_shown->local)
+            m_local->header()->setApp(now.appName, now.version, now.icon);
         m_local->setArea(*now.local);
     }
     if (now.download) {
         if (!m_shown || m_shown->appName != now.appName || m_shown->version != now.version ||
-            m_shown->iconUrl != now.iconUrl || !m_shown->download)
-            m_download->header()->setApp(now.appName, now.version, now.iconUrl);
+            m_shown->icon != now.icon || !m_shown->download)
+            m_download->header()->setApp(now.appName, now.version, now.icon);
         m_download->setArea(*now.download);
     }
     if (kind == StatusArea::Kind::failed)

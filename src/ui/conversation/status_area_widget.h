@@ -2,13 +2,13 @@
 
 #include "conversation/status_area.h"
 
+#include <QUrl>
 #include <QWidget>
 #include <optional>
 
 class QLabel;
 
 namespace brightloom {
-class API;
 class ChatView;
 class Desktop;
 class IconLoader;
@@ -30,8 +30,7 @@ class StatusAreaWidget final : public QWidget
     Q_DISABLE_COPY_MOVE(StatusAreaWidget)
 
 public:
-    StatusAreaWidget(ChatView& view, API& api, IconLoader& icons, Desktop* desktop,
-                     QWidget* parent = nullptr);
+    StatusAreaWidget(ChatView& view, IconLoader& icons, Desktop* desktop, QWidget* parent = nullptr);
 
     // Reads the conversation again; when nothing it shows changed, no widget is touched.
     void refresh();
@@ -57,7 +56,7 @@ private:
         std::optional<DownloadArea> download;
         QString appName;
         std::optional<QString> version;
-        std::optional<QString> iconUrl;
+        std::optional<QUrl> icon;
         bool operator==(const Shown&) const = default;
     };
 

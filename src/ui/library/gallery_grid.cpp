@@ -9,8 +9,8 @@
 
 namespace brightloom::ui {
 
-GalleryGrid::GalleryGrid(GalleryView& model, API& api, IconLoader& icons, QWidget* parent)
-    : QWidget(parent), m_model(model), m_api(api), m_icons(icons)
+GalleryGrid::GalleryGrid(GalleryView& model, IconLoader& icons, QWidget* parent)
+    : QWidget(parent), m_model(model), m_icons(icons)
 {
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     policy.setHeightForWidth(true);
@@ -21,7 +21,7 @@ int GalleryGrid::tileHeight() const
 {
     if (m_tileHeight == 0) {
         // Every tile has the same lines, so one measured tile gives the height of them all.
-        GalleryTile probe(m_api, m_icons);
+        GalleryTile probe(m_icons);
         probe.setFont(font());
         m_tileHeight = probe.sizeHint().height();
     }
@@ -92,7 +92,7 @@ GalleryTile* GalleryGrid::takeTile()
 {
     if (!m_spare.isEmpty())
         return m_spare.takeLast();
-    auto* tile = new GalleryTile(m_api, m_icons, this);
+    auto* tile = new GalleryTile(m_icons, this);
     connect(tile, &GalleryTile::heartPressed, this,
             [this](const QString& slug, bool on) { m_model.toggle(slug, on); });
     connect(tile, &GalleryTile::detailsPressed, this,
@@ -136,7 +136,7 @@ void GalleryGrid::layoutTiles()
         if (m_live.contains(index))
             continue;
         GalleryTile* tile = takeTile();
-        tile->bind(apps[index]);
+        tile->bind(apps[index], m_model.iconAddress(apps[index]));
         bindState(tile);
         tile->setGeometry(grid.tileRect(index));
         tile->show();

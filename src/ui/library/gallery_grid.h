@@ -10,7 +10,6 @@
 class QAbstractScrollArea;
 
 namespace brightloom {
-class API;
 class GalleryView;
 class IconLoader;
 } // namespace brightloom
@@ -28,7 +27,7 @@ class GalleryGrid final : public QWidget
     Q_DISABLE_COPY_MOVE(GalleryGrid)
 
 public:
-    GalleryGrid(GalleryView& model, API& api, IconLoader& icons, QWidget* parent = nullptr);
+    GalleryGrid(GalleryView& model, IconLoader& icons, QWidget* parent = nullptr);
 
     // Shows the model's list as it is now.
     void reload();
@@ -63,7 +62,6 @@ private:
     void bindState(GalleryTile* tile) const;
 
     GalleryView& m_model;
-    API& m_api;
     IconLoader& m_icons;
     QPointer<QAbstractScrollArea> m_area;
     QHash<int, GalleryTile*> m_live;

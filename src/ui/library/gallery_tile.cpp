@@ -1,6 +1,5 @@
 #include "gallery_tile.h"
 
-#include "service/api.h"
 #include "ui/shared/elided_label.h"
 #include "ui/shared/icon_tile.h"
 #include "ui/shared/link_button.h"
@@ -44,8 +43,8 @@ QFont scaled(QFont font, qreal factor, bool bold = false)
 
 } // namespace
 
-GalleryTile::GalleryTile(API& api, IconLoader& icons, QWidget* parent)
-    : QFrame(parent), m_api(api), m_icon(new IconTile(icons, iconSide, this)), m_heart(new QToolButton(this)),
+GalleryTile::GalleryTile(IconLoader& icons, QWidget* parent)
+    : QFrame(parent), m_icon(new IconTile(icons, iconSide, this)), m_heart(new QToolButton(this)),
       m_name(new ElidedLabel(1, this)), m_tagline(new ElidedLabel(2, this)), m_count(new QLabel(this)),
       m_details(new LinkButton(QStringLiteral("Details"), this)), m_use(new QPushButton(useText, this))
 {
@@ -118,10 +117,10 @@ QString GalleryTile::heartLabel(const QString& name, bool favorite)
                     : QStringLiteral("Add ") + name + QStringLiteral(" to favorites");
 }
 
-void GalleryTile::bind(const GalleryApp& app)
+void GalleryTile::bind(const GalleryApp& app, const std::optional<QUrl>& icon)
 {
     m_app = app;
-    m_icon->setApp(app.name, m_api.iconURL(app.iconUrl));
+    m_icon->setApp(app.name, icon);
     m_name->setFullText(app.name);
     m_tagline->setFullText(app.tagline);
     m_count->setText(favoriteCount(app.favorites));

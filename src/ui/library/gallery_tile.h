@@ -9,7 +9,6 @@ class QPushButton;
 class QToolButton;
 
 namespace brightloom {
-class API;
 class IconLoader;
 } // namespace brightloom
 
@@ -31,10 +30,10 @@ public:
     static const QString startingText; // "Starting…"
     static const int iconSide = 56;
 
-    GalleryTile(API& api, IconLoader& icons, QWidget* parent = nullptr);
+    explicit GalleryTile(IconLoader& icons, QWidget* parent = nullptr);
 
-    // Shows `app`; its icon starts loading if it has not yet.
-    void bind(const GalleryApp& app);
+    // Shows `app` with the icon at `icon`, which starts loading if it has not yet.
+    void bind(const GalleryApp& app, const std::optional<QUrl>& icon);
     // `favorite`: the heart is filled; `busy`: this app's template is being copied; `otherBusy`:
     // another app's is, so this one waits.
     void setState(bool favorite, bool busy, bool otherBusy);
@@ -60,7 +59,6 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    API& m_api;
     GalleryApp m_app;
     bool m_favorite = false;
     IconTile* m_icon;

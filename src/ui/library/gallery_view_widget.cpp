@@ -22,12 +22,10 @@ const QString GalleryViewWidget::favoritesToggle = QStringLiteral("My favorites"
 const QString GalleryViewWidget::noFavorites = QStringLiteral("No favorites yet.");
 const QString GalleryViewWidget::noApps = QStringLiteral("No apps to show right now.");
 
-GalleryViewWidget::GalleryViewWidget(API& api, IconLoader& icons, Desktop& desktop,
-                                     std::function<void(QString)> onCreated, QWidget* parent)
-    : QWidget(parent), m_model(new GalleryView(api, &desktop, std::move(onCreated), this)),
-      m_favorites(new QToolButton(this)), m_error(new ErrorLabel(QStringLiteral("Gallery error"), this)),
-      m_spinner(new BusySpinner(20, this)), m_empty(new QLabel(this)),
-      m_grid(new GalleryGrid(*m_model, api, icons, this))
+GalleryViewWidget::GalleryViewWidget(GalleryView& model, IconLoader& icons, QWidget* parent)
+    : QWidget(parent), m_model(&model), m_favorites(new QToolButton(this)),
+      m_error(new ErrorLabel(QStringLiteral("Gallery error"), this)), m_spinner(new BusySpinner(20, this)),
+      m_empty(new QLabel(this)), m_grid(new GalleryGrid(model, icons, this))
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

@@ -9,8 +9,6 @@ class QLabel;
 class QToolButton;
 
 namespace brightloom {
-class API;
-class Desktop;
 class GalleryView;
 class IconLoader;
 } // namespace brightloom
@@ -35,8 +33,7 @@ public:
     static const QString noFavorites;     // "No favorites yet."
     static const QString noApps;          // "No apps to show right now."
 
-    GalleryViewWidget(API& api, IconLoader& icons, Desktop& desktop, std::function<void(QString)> onCreated,
-                      QWidget* parent = nullptr);
+    GalleryViewWidget(GalleryView& model, IconLoader& icons, QWidget* parent = nullptr);
     ~GalleryViewWidget() override;
 
     GalleryView& model() const { return *m_model; }

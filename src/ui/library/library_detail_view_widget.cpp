@@ -118,12 +118,10 @@ private:
     int m_lineHeight = 0;
 };
 
-LibraryDetailViewWidget::LibraryDetailViewWidget(API& api, IconLoader& icons, Desktop& desktop,
-                                                 const QString& projectId,
-                                                 LibraryDetailView::OpenProject onOpen,
+LibraryDetailViewWidget::LibraryDetailViewWidget(LibraryDetailView& model, GithubSyncView& github,
+                                                 IconLoader& icons, Desktop& desktop,
                                                  const std::optional<LibraryApp>& listed, QWidget* parent)
-    : QWidget(parent), m_model(new LibraryDetailView(api, projectId, std::move(onOpen), &desktop, this)),
-      m_github(new GithubSyncView(api, projectId, this)),
+    : QWidget(parent), m_model(&model), m_github(&github),
       m_versionRows(std::make_unique<VersionRowSource>(*this)),
       m_treeRows(std::make_unique<TreeRowSource>(*this))
 {
@@ -162,7 +160,7 @@ LibraryDetailViewWidget::LibraryDetailViewWidget(API& api, IconLoader& icons, De
     QVBoxLayout* top = nullptr;
     QWidget* topSection = column(nullptr, top, 12);
     auto* headerRow = new QHBoxLayout;
-    m_header = new AppHeader(api, icons, topSection);
+    m_header = new AppHeader(icons, topSection);
     headerRow->addWidget(m_header, 1);
     m_change = new QPushButton(LibraryDetailView::changeAppText, topSection);
     applyProminentStyle(m_change);

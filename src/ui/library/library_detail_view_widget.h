@@ -13,7 +13,6 @@ class QPushButton;
 class QToolButton;
 
 namespace brightloom {
-class API;
 class Desktop;
 class GithubSyncView;
 class IconLoader;
@@ -38,8 +37,9 @@ class LibraryDetailViewWidget final : public QWidget
 
 public:
     // `listed` is the app as the list showed it, so the page has a name while it loads.
-    LibraryDetailViewWidget(API& api, IconLoader& icons, Desktop& desktop, const QString& projectId,
-                            LibraryDetailView::OpenProject onOpen, const std::optional<LibraryApp>& listed,
+    // `listed` is the app as the library list showed it, drawn until the project's own record comes.
+    LibraryDetailViewWidget(LibraryDetailView& model, GithubSyncView& github, IconLoader& icons,
+                            Desktop& desktop, const std::optional<LibraryApp>& listed,
                             QWidget* parent = nullptr);
     ~LibraryDetailViewWidget() override;
 

@@ -16,11 +16,9 @@
 
 namespace brightloom::ui {
 
-LibraryViewWidget::LibraryViewWidget(API& api, IconLoader& icons, Desktop& desktop,
-                                     std::function<void(QString)> onOpen, QWidget* parent)
-    : QWidget(parent), m_api(api), m_icons(icons), m_desktop(desktop),
-      m_model(new LibraryView(api, std::move(onOpen), this)), m_apps(new LibraryAppListModel(this)),
-      m_stack(new QStackedLayout(this)), m_listPage(new QWidget(this))
+LibraryViewWidget::LibraryViewWidget(LibraryView& model, MakeDetail makeDetail, QWidget* parent)
+    : QWidget(parent), m_model(&model), m_makeDetail(std::move(makeDetail)),
+      m_apps(new LibraryAppListModel(this)), m_stack(new QStackedLayout(this)), m_listPage(new QWidget(this))
 {
     setBackgroundRole(QPalette::Window);
 
@@ -132,10 +130,10 @@ void LibraryViewWidget::showSelection()
         m_model->load();
         return;
     }
-    if (m_detail)
+    if (m_detail || !m_makeDetail)
         return;
-    m_detail = new LibraryDetailViewWidget(m_api, m_icons, m_desktop, *selected, m_model->onOpen(),
-                                           m_model->selectedApp(), this);
+    m_detail = m_makeDetail(*selected, m_model->selectedApp());
+    m_detail->setParent(this);
     connect(m_detail, &LibraryDetailViewWidget::back, m_model, &LibraryView::clearSelection);
     m_stack->addWidget(m_detail);
     m_stack->setCurrentWidget(m_detail);

@@ -9,10 +9,8 @@ class QProgressBar;
 class QStackedLayout;
 
 namespace brightloom {
-class API;
-class Desktop;
-class IconLoader;
 class LibraryView;
+struct LibraryApp;
 } // namespace brightloom
 
 namespace brightloom::ui {
@@ -31,8 +29,11 @@ class LibraryViewWidget final : public QWidget
 public:
     // `onOpen` opens a project's conversation ("Change this app", and a new project started from a
     // version).
-    LibraryViewWidget(API& api, IconLoader& icons, Desktop& desktop, std::function<void(QString)> onOpen,
-                      QWidget* parent = nullptr);
+    // Makes the page of the chosen project, with the app as the list showed it when it is there.
+    using MakeDetail = std::function<LibraryDetailViewWidget*(const QString& projectId,
+                                                              const std::optional<LibraryApp>& listed)>;
+
+    LibraryViewWidget(LibraryView& model, MakeDetail makeDetail, QWidget* parent = nullptr);
     ~LibraryViewWidget() override;
 
     LibraryView& model() const { return *m_model; }
@@ -51,10 +52,8 @@ private:
     void showSelection();
     void openRow(const QModelIndex& index);
 
-    API& m_api;
-    IconLoader& m_icons;
-    Desktop& m_desktop;
     LibraryView* m_model;
+    MakeDetail m_makeDetail;
     LibraryAppListModel* m_apps;
     QStackedLayout* m_stack;
     QWidget* m_listPage;

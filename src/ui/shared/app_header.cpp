@@ -2,7 +2,6 @@
 
 #include "icon_tile.h"
 #include "metrics.h"
-#include "service/api.h"
 
 #include <QGraphicsDropShadowEffect>
 #include <QHBoxLayout>
@@ -11,9 +10,9 @@
 
 namespace brightloom::ui {
 
-AppHeader::AppHeader(API& api, IconLoader& icons, QWidget* parent)
-    : QWidget(parent), m_api(api), m_tile(new IconTile(icons, metrics::appIconSide, this)),
-      m_name(new QLabel(this)), m_version(new QLabel(this))
+AppHeader::AppHeader(IconLoader& icons, QWidget* parent)
+    : QWidget(parent), m_tile(new IconTile(icons, metrics::appIconSide, this)), m_name(new QLabel(this)),
+      m_version(new QLabel(this))
 {
     auto* shadow = new QGraphicsDropShadowEffect(m_tile);
     shadow->setColor(QColor(0, 0, 0, 64)); // black at 0.25
@@ -50,12 +49,12 @@ AppHeader::AppHeader(API& api, IconLoader& icons, QWidget* parent)
 }
 
 void AppHeader::setApp(const QString& name, const std::optional<QString>& version,
-                       const std::optional<QString>& iconUrl)
+                       const std::optional<QUrl>& icon)
 {
     m_name->setText(name);
     m_version->setVisible(version.has_value());
     m_version->setText(version ? QStringLiteral("Version ") + *version : QString());
-    m_tile->setApp(name, iconUrl ? m_api.iconURL(*iconUrl) : std::nullopt);
+    m_tile->setApp(name, icon);
 }
 
 } // namespace brightloom::ui

@@ -1,12 +1,12 @@
 #pragma once
 
+#include <QUrl>
 #include <QWidget>
 #include <optional>
 
 class QLabel;
 
 namespace brightloom {
-class API;
 class IconLoader;
 } // namespace brightloom
 
@@ -21,17 +21,15 @@ class AppHeader final : public QWidget
     Q_DISABLE_COPY_MOVE(AppHeader)
 
 public:
-    AppHeader(API& api, IconLoader& icons, QWidget* parent = nullptr);
+    explicit AppHeader(IconLoader& icons, QWidget* parent = nullptr);
 
-    void setApp(const QString& name, const std::optional<QString>& version,
-                const std::optional<QString>& iconUrl);
+    void setApp(const QString& name, const std::optional<QString>& version, const std::optional<QUrl>& icon);
 
     IconTile* tile() const { return m_tile; }
     QLabel* nameLabel() const { return m_name; }
     QLabel* versionLabel() const { return m_version; }
 
 private:
-    API& m_api;
     IconTile* m_tile;
     QLabel* m_name;
     QLabel* m_version;
