@@ -2,17 +2,13 @@
 
 #include "bubble_delegate.h"
 #include "bubble_list_accessible.h"
+#include "ui/shared/column.h"
 #include "ui/shared/metrics.h"
 
 #include <QAbstractItemModel>
-#include <QApplication>
-#include <QClipboard>
-#include <QContextMenuEvent>
-#include <QMenu>
 #include <QPainter>
+#include <QScopedValueRollback>
 #include <QScrollBar>
-#include <QStyleHints>
-#include <QTextBoundaryFinder>
 #include <algorithm>
 
 namespace brightloom::ui {
@@ -25,7 +21,7 @@ constexpr double layoutAhead = 0.5;
 } // namespace
 
 BubbleListView::BubbleListView(QWidget* parent)
-    : QAbstractScrollArea(parent), m_delegate(new BubbleDelegate(this)), m_tops{topMargin}
+    : QAbstractScrollArea(parent), m_delegate(new BubbleDelegate(this))
 {
     BubbleListAccessible::install();
     setViewport(new BubbleViewport(this));
@@ -87,60 +83,53 @@ void BubbleListView::setFooter(QWidget* footer)
 
 // Rows ------------------------------------------------------------------------------------------
 
-QString BubbleListView::rowText(int row) const
-{
-    return m_model ? m_model->index(row, 0).data(Qt::DisplayRole).toString() : QString();
-}
-
 BubbleListView::Row BubbleListView::rowFor(int row) const
 {
-    const QString text = rowText(row);
-    Row made;
-    made.characters = text.size();
-    made.lineBreaks = int(text.count(QLatin1Char('\n')));
-    estimate(made);
-    return made;
+    const QString text = m_selection.rowText(row);
+    return {false, text.size(), int(text.count(QLatin1Char('\n')))};
 }
 
-void BubbleListView::estimate(Row& row) const
+int BubbleListView::estimate(const Row& row) const
 {
-    row.height = BubbleDelegate::estimatedHeight(row.characters, row.lineBreaks, columnWidth(), font());
-    row.exact = false;
+    return BubbleDelegate::estimatedHeight(row.characters, row.lineBreaks, columnWidth(), font());
 }
 
-void BubbleListView::retop(int from)
+void BubbleListView::estimateAll()
 {
-    m_tops.resize(m_rows.size() + 1);
-    for (std::size_t i = std::size_t(std::max(from, 0)); i < m_rows.size(); ++i)
-        m_tops[i + 1] = m_tops[i] + m_rows[i].height;
+    std::vector<int> heights;
+    heights.reserve(m_rows.size());
+    for (Row& row : m_rows) {
+        row.exact = false;
+        heights.push_back(estimate(row));
+    }
+    m_extents.assign(std::move(heights));
+}
+
+bool BubbleListView::layOut(int row)
+{
+    Row& entry = m_rows[std::size_t(row)];
+    if (entry.exact)
+        return false;
+    entry.exact = true;
+    m_extents.setHeight(row, m_delegate->height(m_model->index(row, 0), rowOption(row)));
+    return true;
 }
 
 void BubbleListView::rowsInserted(int first, int last)
 {
     std::vector<Row> added;
-    added.reserve(std::size_t(last - first + 1));
-    for (int row = first; row <= last; ++row)
+    std::vector<int> heights;
+    for (int row = first; row <= last; ++row) {
         added.push_back(rowFor(row));
-    // The screen keeps showing what it showed: rows put in above it push the offset down.
-    const int shift = [&] {
-        int sum = 0;
-        for (const Row& row : added)
-            sum += row.height;
-        return sum;
-    }();
-    const bool above = !m_rows.empty() && first <= rowAtContent(offset()) && !m_stickToEnd;
-    m_rows.insert(m_rows.begin() + first, added.begin(), added.end());
-    retop(first);
-    const int count = last - first + 1;
-    for (TextPoint* point : {&m_anchor, &m_cursor}) {
-        if (point->row >= first)
-            point->row += count;
+        heights.push_back(estimate(added.back()));
     }
+    // The screen keeps showing what it showed: rows put in above it push the offset down.
+    const bool above = !m_rows.empty() && first <= m_extents.rowAt(offset()) && !m_stickToEnd;
+    m_rows.insert(m_rows.begin() + first, added.begin(), added.end());
+    const qint64 shift = m_extents.insert(first, heights);
     if (above) {
         updateRange();
-        m_movingScrollBar = true;
-        verticalScrollBar()->setValue(offset() + shift);
-        m_movingScrollBar = false;
+        setOffset(int(offset() + shift));
     }
     settle();
     viewport()->update();
@@ -148,17 +137,9 @@ void BubbleListView::rowsInserted(int first, int last)
 
 void BubbleListView::rowsRemoved(int first, int last)
 {
-    const int count = last - first + 1;
     m_rows.erase(m_rows.begin() + first, m_rows.begin() + std::min<std::size_t>(last + 1, m_rows.size()));
-    retop(first);
-    bool lost = false;
-    for (TextPoint* point : {&m_anchor, &m_cursor}) {
-        if (point->row >= first && point->row <= last)
-            lost = true;
-        else if (point->row > last)
-            point->row -= count;
-    }
-    if (lost)
+    m_extents.remove(first, last);
+    if (m_selection.lost())
         clearSelection();
     settle();
     viewport()->update();
@@ -166,23 +147,23 @@ void BubbleListView::rowsRemoved(int first, int last)
 
 void BubbleListView::rowsChanged(int first, int last)
 {
-    for (int row = std::max(first, 0); row <= last && row < int(m_rows.size()); ++row)
+    for (int row = std::max(first, 0); row <= last && row < int(m_rows.size()); ++row) {
         m_rows[std::size_t(row)] = rowFor(row);
-    retop(first);
+        m_extents.setHeight(row, estimate(m_rows[std::size_t(row)]));
+    }
     settle();
     viewport()->update();
 }
 
 void BubbleListView::reset()
 {
+    m_selection.setModel(m_model.data());
     m_rows.clear();
     const int count = m_model ? m_model->rowCount() : 0;
     m_rows.reserve(std::size_t(count));
     for (int row = 0; row < count; ++row)
         m_rows.push_back(rowFor(row));
-    m_tops.assign(1, topMargin);
-    retop(0);
-    m_anchor = m_cursor = TextPoint();
+    estimateAll();
     m_delegate->forgetLayouts();
     settle();
     viewport()->update();
@@ -192,18 +173,23 @@ void BubbleListView::reset()
 
 int BubbleListView::columnWidth() const
 {
-    const int available = viewport()->width() - 2 * metrics::pagePadding;
-    return std::max(1, std::min(available, metrics::columnMaxWidth));
+    return Column::centred(viewport()->width(), metrics::columnMaxWidth, metrics::pagePadding).width;
 }
 
 int BubbleListView::columnLeft() const
 {
-    return (viewport()->width() - columnWidth()) / 2;
+    return Column::centred(viewport()->width(), metrics::columnMaxWidth, metrics::pagePadding).left;
 }
 
 int BubbleListView::offset() const
 {
     return verticalScrollBar()->value();
+}
+
+void BubbleListView::setOffset(int offset)
+{
+    const QScopedValueRollback moving(m_movingScrollBar, true);
+    verticalScrollBar()->setValue(offset);
 }
 
 int BubbleListView::footerHeight() const
@@ -218,24 +204,15 @@ int BubbleListView::footerHeight() const
 
 int BubbleListView::contentHeight() const
 {
-    return m_tops.back() + footerHeight() + bottomMargin;
-}
-
-int BubbleListView::rowAtContent(int y) const
-{
-    if (m_rows.empty())
-        return -1;
-    const auto end = m_tops.begin() + std::ptrdiff_t(m_rows.size());
-    const auto after = std::upper_bound(m_tops.begin(), end, y);
-    return std::clamp(int(after - m_tops.begin()) - 1, 0, int(m_rows.size()) - 1);
+    return int(m_extents.end()) + footerHeight() + bottomMargin;
 }
 
 int BubbleListView::rowAt(QPoint point) const
 {
     const int y = point.y() + offset();
-    if (m_rows.empty() || y < m_tops.front() || y >= m_tops.back())
+    if (m_extents.isEmpty() || y < m_extents.start() || y >= m_extents.end())
         return -1;
-    return rowAtContent(y);
+    return m_extents.rowAt(y);
 }
 
 QStyleOptionViewItem BubbleListView::rowOption(int row) const
@@ -245,8 +222,9 @@ QStyleOptionViewItem BubbleListView::rowOption(int row) const
     option.font = font();
     option.fontMetrics = fontMetrics();
     option.direction = layoutDirection();
-    const int top = row >= 0 && row < int(m_rows.size()) ? m_tops[std::size_t(row)] : m_tops.back();
-    const int height = row >= 0 && row < int(m_rows.size()) ? m_rows[std::size_t(row)].height : 0;
+    const bool inside = row >= 0 && row < m_extents.count();
+    const int top = int(inside ? m_extents.top(row) : m_extents.end());
+    const int height = inside ? m_extents.height(row) : 0;
     option.rect = QRect(columnLeft(), top - offset(), columnWidth(), height);
     return option;
 }
@@ -255,10 +233,7 @@ QRect BubbleListView::rowRect(int row)
 {
     if (row < 0 || row >= int(m_rows.size()))
         return {};
-    if (!m_rows[std::size_t(row)].exact) {
-        m_rows[std::size_t(row)].height = m_delegate->height(m_model->index(row, 0), rowOption(row));
-        m_rows[std::size_t(row)].exact = true;
-        retop(row);
+    if (layOut(row)) {
         updateRange();
         placeFooter();
     }
@@ -279,19 +254,18 @@ QRect BubbleListView::bubbleRect(int row)
 void BubbleListView::updateRange()
 {
     const int maximum = std::max(0, contentHeight() - viewport()->height());
-    m_movingScrollBar = true;
+    const QScopedValueRollback moving(m_movingScrollBar, true);
     QScrollBar* bar = verticalScrollBar();
     bar->setRange(0, maximum);
     bar->setPageStep(std::max(1, viewport()->height() - fontMetrics().lineSpacing()));
     bar->setSingleStep(fontMetrics().lineSpacing() * 3);
-    m_movingScrollBar = false;
 }
 
 void BubbleListView::settle()
 {
     if (m_settling)
         return;
-    m_settling = true;
+    const QScopedValueRollback settling(m_settling, true);
     const int screen = viewport()->height();
     const int ahead = int(screen * layoutAhead);
     // A few passes at most: each corrects guesses, which may bring further rows onto the screen.
@@ -299,59 +273,43 @@ void BubbleListView::settle()
         const int top = offset();
         // The row that keeps its place on the screen: the first one shown that is laid out already,
         // so what the reader just saw does not move; else simply the first one shown.
-        const int shownFirst = rowAtContent(top);
-        const int shownLast = rowAtContent(top + screen);
+        const int shownFirst = m_extents.rowAt(top);
+        const int shownLast = m_extents.rowAt(top + screen);
         int anchor = shownFirst;
         while (anchor < shownLast && !m_rows[std::size_t(anchor)].exact)
             ++anchor;
         if (!m_rows[std::size_t(anchor)].exact)
             anchor = shownFirst;
-        const int anchorOnScreen = m_tops[std::size_t(anchor)] - top;
-        int first = rowAtContent(top - ahead);
-        int last = rowAtContent(top + screen + ahead);
+        const qint64 anchorOnScreen = m_extents.top(anchor) - top;
+        int first = m_extents.rowAt(top - ahead);
+        int last = m_extents.rowAt(top + screen + ahead);
         if (m_stickToEnd) {
             // Showing the end: lay out upwards from the last row until the screen is full.
             last = int(m_rows.size()) - 1;
-            first = rowAtContent(m_tops.back() + footerHeight() + bottomMargin - screen - ahead);
+            first = m_extents.rowAt(m_extents.end() + footerHeight() + bottomMargin - screen - ahead);
         }
         bool changed = false;
-        for (int row = first; row <= last; ++row) {
-            Row& entry = m_rows[std::size_t(row)];
-            if (entry.exact)
-                continue;
-            entry.height = m_delegate->height(m_model->index(row, 0), rowOption(row));
-            entry.exact = true;
-            changed = true;
-        }
-        if (changed)
-            retop(first);
+        for (int row = first; row <= last; ++row)
+            changed = layOut(row) || changed;
         updateRange();
-        m_movingScrollBar = true;
-        if (m_stickToEnd)
-            verticalScrollBar()->setValue(verticalScrollBar()->maximum());
-        else
-            verticalScrollBar()->setValue(m_tops[std::size_t(anchor)] - anchorOnScreen);
-        m_movingScrollBar = false;
+        setOffset(m_stickToEnd ? verticalScrollBar()->maximum()
+                               : int(m_extents.top(anchor) - anchorOnScreen));
         if (!changed)
             break;
     }
     if (m_rows.empty()) {
         updateRange();
-        if (m_stickToEnd) {
-            m_movingScrollBar = true;
-            verticalScrollBar()->setValue(verticalScrollBar()->maximum());
-            m_movingScrollBar = false;
-        }
+        if (m_stickToEnd)
+            setOffset(verticalScrollBar()->maximum());
     }
     placeFooter();
-    m_settling = false;
 }
 
 void BubbleListView::placeFooter()
 {
     if (!m_footer || m_footer->isHidden())
         return;
-    m_footer->setGeometry(columnLeft(), m_tops.back() - offset(), columnWidth(), footerHeight());
+    m_footer->setGeometry(columnLeft(), int(m_extents.end()) - offset(), columnWidth(), footerHeight());
 }
 
 void BubbleListView::scrollToEnd()
@@ -380,17 +338,13 @@ void BubbleListView::resizeEvent(QResizeEvent* event)
     const int width = columnWidth();
     if (width != m_laidOutWidth) {
         // Every row wraps anew; the row at the top of the screen keeps its place.
-        const int anchor = rowAtContent(offset());
-        const int anchorOnScreen = anchor >= 0 ? m_tops[std::size_t(anchor)] - offset() : 0;
+        const int anchor = m_extents.rowAt(offset());
+        const qint64 anchorOnScreen = anchor >= 0 ? m_extents.top(anchor) - offset() : 0;
         m_laidOutWidth = width;
-        for (Row& row : m_rows)
-            estimate(row);
-        retop(0);
+        estimateAll();
         if (anchor >= 0 && !m_stickToEnd) {
             updateRange();
-            m_movingScrollBar = true;
-            verticalScrollBar()->setValue(m_tops[std::size_t(anchor)] - anchorOnScreen);
-            m_movingScrollBar = false;
+            setOffset(int(m_extents.top(anchor) - anchorOnScreen));
         }
     }
     settle();
@@ -401,9 +355,7 @@ void BubbleListView::changeEvent(QEvent* event)
     QAbstractScrollArea::changeEvent(event);
     if (event->type() == QEvent::FontChange || event->type() == QEvent::LayoutDirectionChange) {
         m_delegate->forgetLayouts();
-        for (Row& row : m_rows)
-            estimate(row);
-        retop(0);
+        estimateAll();
         settle();
         viewport()->update();
     }
@@ -436,20 +388,11 @@ void BubbleListView::paintEvent(QPaintEvent*)
     QPainter painter(viewport());
     if (!m_rows.empty() && m_model) {
         const int top = offset();
-        const TextPoint start = selectionStart();
-        const TextPoint end = selectionEnd();
-        const bool selecting = hasSelection();
-        for (int row = rowAtContent(top); row < int(m_rows.size()); ++row) {
-            if (m_tops[std::size_t(row)] >= top + viewport()->height())
+        for (int row = m_extents.rowAt(top); row < int(m_rows.size()); ++row) {
+            if (m_extents.top(row) >= top + viewport()->height())
                 break;
-            const QStyleOptionViewItem option = rowOption(row);
-            int from = 0;
-            int to = 0;
-            if (selecting && row >= start.row && row <= end.row) {
-                from = row == start.row ? start.pos : 0;
-                to = row == end.row ? end.pos : int(rowText(row).size());
-            }
-            m_delegate->paintBubble(&painter, option, m_model->index(row, 0), from, to);
+            const auto [from, to] = m_selection.charactersOf(row);
+            m_delegate->paintBubble(&painter, rowOption(row), m_model->index(row, 0), from, to);
         }
     }
     if (hasFocus() && m_keyboardFocus) {
@@ -473,227 +416,6 @@ void BubbleListView::focusOutEvent(QFocusEvent* event)
     m_keyboardFocus = false;
     QAbstractScrollArea::focusOutEvent(event);
     viewport()->update();
-}
-
-// Selection -------------------------------------------------------------------------------------
-
-BubbleListView::TextPoint BubbleListView::pointAt(QPoint point)
-{
-    if (m_rows.empty())
-        return {};
-    const int y = point.y() + offset();
-    if (y < m_tops.front())
-        return {0, 0};
-    if (y >= m_tops.back())
-        return {int(m_rows.size()) - 1, int(rowText(int(m_rows.size()) - 1).size())};
-    const int row = rowAtContent(y);
-    rowRect(row); // laid out, so the hit is on the text as drawn
-    return {row, m_delegate->cursorAt(m_model->index(row, 0), rowOption(row), point)};
-}
-
-bool BubbleListView::hasSelection() const
-{
-    return m_anchor.row >= 0 && m_cursor.row >= 0 && m_anchor != m_cursor;
-}
-
-QString BubbleListView::selectedText() const
-{
-    if (!hasSelection())
-        return {};
-    const TextPoint start = selectionStart();
-    const TextPoint end = selectionEnd();
-    QStringList parts;
-    for (int row = start.row; row <= end.row; ++row) {
-        const QString text = rowText(row);
-        const int from = row == start.row ? start.pos : 0;
-        const int to = row == end.row ? end.pos : int(text.size());
-        parts.append(text.mid(from, to - from));
-    }
-    // Messages are paragraphs of their own.
-    return parts.join(QStringLiteral("\n\n"));
-}
-
-void BubbleListView::setSelection(TextPoint anchor, TextPoint cursor)
-{
-    if (anchor == m_anchor && cursor == m_cursor)
-        return;
-    m_anchor = anchor;
-    m_cursor = cursor;
-    viewport()->update();
-    Q_EMIT selectionChanged();
-}
-
-void BubbleListView::selectAll()
-{
-    if (m_rows.empty())
-        return;
-    const int last = int(m_rows.size()) - 1;
-    setSelection({0, 0}, {last, int(rowText(last).size())});
-    publishSelection();
-}
-
-void BubbleListView::clearSelection()
-{
-    setSelection({}, {});
-}
-
-void BubbleListView::copy() const
-{
-    if (hasSelection())
-        QGuiApplication::clipboard()->setText(selectedText());
-}
-
-void BubbleListView::publishSelection() const
-{
-    // Where the desktop has a selection clipboard, selected text is ready for a middle-click paste.
-    QClipboard* clipboard = QGuiApplication::clipboard();
-    if (hasSelection() && clipboard->supportsSelection())
-        clipboard->setText(selectedText(), QClipboard::Selection);
-}
-
-void BubbleListView::selectWordAt(TextPoint point)
-{
-    const QString text = rowText(point.row);
-    QTextBoundaryFinder words(QTextBoundaryFinder::Word, text);
-    words.setPosition(point.pos);
-    int start = point.pos;
-    int end = point.pos;
-    if (!words.isAtBoundary() || (words.boundaryReasons() & QTextBoundaryFinder::StartOfItem)) {
-        end = int(words.toNextBoundary());
-        words.setPosition(point.pos);
-        start = words.isAtBoundary() ? point.pos : int(words.toPreviousBoundary());
-    } else {
-        start = int(words.toPreviousBoundary());
-    }
-    if (start < 0 || end < 0)
-        return;
-    setSelection({point.row, start}, {point.row, end});
-}
-
-void BubbleListView::mousePressEvent(QMouseEvent* event)
-{
-    if (event->button() != Qt::LeftButton) {
-        QAbstractScrollArea::mousePressEvent(event);
-        return;
-    }
-    setFocus(Qt::MouseFocusReason);
-    const TextPoint point = pointAt(event->position().toPoint());
-    if (point.row < 0)
-        return;
-    const bool tripleClick =
-        m_sinceDoubleClick.isValid() && !(event->modifiers() & Qt::ShiftModifier) &&
-        m_sinceDoubleClick.elapsed() < QGuiApplication::styleHints()->mouseDoubleClickInterval() &&
-        (event->position().toPoint() - m_doubleClickPoint).manhattanLength() <
-            QApplication::startDragDistance();
-    m_sinceDoubleClick.invalidate();
-    if (tripleClick) {
-        setSelection({point.row, 0}, {point.row, int(rowText(point.row).size())});
-        publishSelection();
-        return;
-    }
-    if (event->modifiers() & Qt::ShiftModifier && m_anchor.row >= 0)
-        setSelection(m_anchor, point);
-    else
-        setSelection(point, point);
-    m_dragging = true;
-    m_dragPoint = event->position().toPoint();
-}
-
-void BubbleListView::mouseMoveEvent(QMouseEvent* event)
-{
-    const QPoint at = event->position().toPoint();
-    if (!m_dragging) {
-        const int row = rowAt(at);
-        const bool overText = row >= 0 && bubbleRect(row).contains(at);
-        viewport()->setCursor(overText ? Qt::IBeamCursor : Qt::ArrowCursor);
-        return;
-    }
-    m_dragPoint = at;
-    setSelection(m_anchor, pointAt(at));
-    const bool outside = at.y() < 0 || at.y() >= viewport()->height();
-    if (outside && !m_autoScroll.isActive())
-        m_autoScroll.start();
-    else if (!outside)
-        m_autoScroll.stop();
-}
-
-void BubbleListView::mouseReleaseEvent(QMouseEvent* event)
-{
-    if (event->button() != Qt::LeftButton || !m_dragging) {
-        QAbstractScrollArea::mouseReleaseEvent(event);
-        return;
-    }
-    m_dragging = false;
-    m_autoScroll.stop();
-    if (!hasSelection())
-        clearSelection();
-    publishSelection();
-}
-
-void BubbleListView::mouseDoubleClickEvent(QMouseEvent* event)
-{
-    if (event->button() != Qt::LeftButton)
-        return;
-    const TextPoint point = pointAt(event->position().toPoint());
-    if (point.row < 0)
-        return;
-    selectWordAt(point);
-    publishSelection();
-    m_sinceDoubleClick.start();
-    m_doubleClickPoint = event->position().toPoint();
-}
-
-void BubbleListView::autoScroll()
-{
-    if (!m_dragging) {
-        m_autoScroll.stop();
-        return;
-    }
-    const int above = -m_dragPoint.y();
-    const int below = m_dragPoint.y() - viewport()->height();
-    const int distance = above > 0 ? -above : std::max(below, 0);
-    if (distance == 0)
-        return;
-    verticalScrollBar()->setValue(offset() + std::clamp(distance, -120, 120));
-    setSelection(m_anchor, pointAt(m_dragPoint));
-}
-
-void BubbleListView::keyPressEvent(QKeyEvent* event)
-{
-    QScrollBar* bar = verticalScrollBar();
-    if (event == QKeySequence::Copy) {
-        copy();
-    } else if (event == QKeySequence::SelectAll) {
-        selectAll();
-    } else if (event->key() == Qt::Key_PageDown) {
-        bar->triggerAction(QAbstractSlider::SliderPageStepAdd);
-    } else if (event->key() == Qt::Key_PageUp) {
-        bar->triggerAction(QAbstractSlider::SliderPageStepSub);
-    } else if (event->key() == Qt::Key_Down) {
-        bar->triggerAction(QAbstractSlider::SliderSingleStepAdd);
-    } else if (event->key() == Qt::Key_Up) {
-        bar->triggerAction(QAbstractSlider::SliderSingleStepSub);
-    } else if (event->key() == Qt::Key_Home) {
-        bar->triggerAction(QAbstractSlider::SliderToMinimum);
-    } else if (event->key() == Qt::Key_End) {
-        scrollToEnd();
-    } else {
-        QAbstractScrollArea::keyPressEvent(event);
-        return;
-    }
-    event->accept();
-}
-
-void BubbleListView::contextMenuEvent(QContextMenuEvent* event)
-{
-    QMenu menu(this);
-    QAction* copyAction = menu.addAction(QStringLiteral("Copy"), this, &BubbleListView::copy);
-    copyAction->setShortcut(QKeySequence::Copy);
-    copyAction->setEnabled(hasSelection());
-    QAction* all = menu.addAction(QStringLiteral("Select All"), this, &BubbleListView::selectAll);
-    all->setShortcut(QKeySequence::SelectAll);
-    all->setEnabled(!m_rows.empty());
-    menu.exec(event->globalPos());
 }
 
 } // namespace brightloom::ui

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "bubble_selection.h"
+#include "ui/shared/row_extents.h"
+
 #include <QAbstractScrollArea>
 #include <QElapsedTimer>
 #include <QPointer>
@@ -41,18 +44,6 @@ class BubbleListView final : public QAbstractScrollArea
     Q_DISABLE_COPY_MOVE(BubbleListView)
 
 public:
-    // A place between two characters of a row's text.
-    struct TextPoint
-    {
-        int row = -1;
-        int pos = 0;
-        bool operator==(const TextPoint&) const = default;
-        bool operator<(const TextPoint& other) const
-        {
-            return row != other.row ? row < other.row : pos < other.pos;
-        }
-    };
-
     static constexpr int topMargin = 16;
     static constexpr int bottomMargin = 16;
 
@@ -81,8 +72,8 @@ public:
 
     bool hasSelection() const;
     QString selectedText() const;
-    TextPoint selectionStart() const { return std::min(m_anchor, m_cursor); }
-    TextPoint selectionEnd() const { return std::max(m_anchor, m_cursor); }
+    TextPoint selectionStart() const { return m_selection.start(); }
+    TextPoint selectionEnd() const { return m_selection.end(); }
     void selectAll();
     void clearSelection();
     // Puts the selected text on the clipboard.
@@ -90,7 +81,7 @@ public:
 
     // Paint passes of the viewport so far.
     int framesPainted() const { return m_framesPainted; }
-    int rowCount() const { return int(m_rows.size()); }
+    int rowCount() const { return m_extents.count(); }
 
 Q_SIGNALS:
     void selectionChanged();
@@ -111,10 +102,10 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    // What a row's guessed height comes from, and whether it is laid out already.
     struct Row
     {
-        int height = 0;
-        bool exact = false; // laid out, or only guessed
+        bool exact = false;
         qsizetype characters = 0;
         int lineBreaks = 0;
     };
@@ -124,8 +115,11 @@ private:
     void rowsChanged(int first, int last);
     void reset();
     Row rowFor(int row) const;
-    void estimate(Row& row) const;
-    void retop(int from);
+    int estimate(const Row& row) const;
+    // Every row's height guessed again, as for a new width or font.
+    void estimateAll();
+    // Lays out `row` if it is only guessed; gives whether its height was guessed.
+    bool layOut(int row);
     // Lays out the rows near the screen, keeps the row at the top of the screen (or the end) in
     // place, and sets the scroll range and the footer.
     void settle();
@@ -136,12 +130,10 @@ private:
     int columnWidth() const;
     int columnLeft() const;
     int offset() const;
-    // The row whose extent holds content height `y`, clamped to the rows.
-    int rowAtContent(int y) const;
+    // Moves the scroll bar without it counting as the reader's scrolling.
+    void setOffset(int offset);
     TextPoint pointAt(QPoint point);
-    QString rowText(int row) const;
-    void setSelection(TextPoint anchor, TextPoint cursor);
-    void selectWordAt(TextPoint point);
+    void selectionMoved(bool changed);
     void autoScroll();
     void publishSelection() const;
 
@@ -149,13 +141,12 @@ private:
     BubbleDelegate* m_delegate;
     QPointer<QWidget> m_footer;
     std::vector<Row> m_rows;
-    std::vector<int> m_tops; // content y of each row's top, and of the end of the rows
+    RowExtents m_extents{topMargin};
     int m_laidOutWidth = -1;
     bool m_stickToEnd = true;
     bool m_settling = false;
     bool m_movingScrollBar = false;
-    TextPoint m_anchor;
-    TextPoint m_cursor;
+    BubbleSelection m_selection;
     bool m_dragging = false;
     QPoint m_dragPoint;
     QTimer m_autoScroll;

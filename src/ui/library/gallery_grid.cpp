@@ -51,20 +51,20 @@ QSize GalleryGrid::minimumSizeHint() const
 
 void GalleryGrid::reload()
 {
-    releaseAll();
+    m_tiles.releaseAll();
     updateGeometry();
     layoutTiles();
 }
 
 void GalleryGrid::refreshStates()
 {
-    for (GalleryTile* tile : std::as_const(m_live))
+    for (GalleryTile* tile : m_tiles.shown())
         bindState(tile);
 }
 
 GalleryTile* GalleryGrid::tileFor(const QString& slug) const
 {
-    for (GalleryTile* tile : m_live) {
+    for (GalleryTile* tile : m_tiles.shown()) {
         if (tile->app().slug == slug)
             return tile;
     }
@@ -88,10 +88,8 @@ QRect GalleryGrid::visibleBand() const
     return QRect(mapFrom(viewport, QPoint(0, 0)), viewport->size()).intersected(rect());
 }
 
-GalleryTile* GalleryGrid::takeTile()
+GalleryTile* GalleryGrid::makeTile()
 {
-    if (!m_spare.isEmpty())
-        return m_spare.takeLast();
     auto* tile = new GalleryTile(m_icons, this);
     connect(tile, &GalleryTile::heartPressed, this,
             [this](const QString& slug, bool on) { m_model.toggle(slug, on); });
@@ -99,15 +97,6 @@ GalleryTile* GalleryGrid::takeTile()
             [this](const QString& slug) { m_model.openDetails(slug); });
     connect(tile, &GalleryTile::usePressed, this, [this](const QString& slug) { m_model.use(slug); });
     return tile;
-}
-
-void GalleryGrid::releaseAll()
-{
-    for (GalleryTile* tile : std::as_const(m_live)) {
-        tile->hide();
-        m_spare.append(tile);
-    }
-    m_live.clear();
 }
 
 void GalleryGrid::layoutTiles()
@@ -122,25 +111,15 @@ void GalleryGrid::layoutTiles()
         const int ahead = grid.tileHeight + grid.spacing;
         range = grid.tilesBetween(band.top() - ahead, band.bottom() + ahead, count);
     }
-    for (auto it = m_live.begin(); it != m_live.end();) {
-        if (it.key() < range.first || it.key() >= range.second) {
-            it.value()->hide();
-            m_spare.append(it.value());
-            it = m_live.erase(it);
-        } else {
-            it.value()->setGeometry(grid.tileRect(it.key()));
-            ++it;
-        }
-    }
+    m_tiles.keepOnly(range.first, range.second);
     for (int index = range.first; index < range.second; ++index) {
-        if (m_live.contains(index))
+        const auto [tile, fresh] = m_tiles.take(index, [this] { return makeTile(); });
+        tile->setGeometry(grid.tileRect(index));
+        if (!fresh)
             continue;
-        GalleryTile* tile = takeTile();
         tile->bind(apps[index], m_model.iconAddress(apps[index]));
         bindState(tile);
-        tile->setGeometry(grid.tileRect(index));
         tile->show();
-        m_live.insert(index, tile);
     }
 }
 

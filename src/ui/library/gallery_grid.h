@@ -1,9 +1,9 @@
 #pragma once
 
 #include "gallery_grid_geometry.h"
+#include "ui/shared/row_widgets.h"
 
 #include <QHash>
-#include <QList>
 #include <QPointer>
 #include <QWidget>
 
@@ -36,7 +36,7 @@ public:
 
     GalleryGridGeometry geometryFor(int width) const;
     // The tiles made for the rows in view, by index in the shown list.
-    const QHash<int, GalleryTile*>& liveTiles() const { return m_live; }
+    const QHash<int, GalleryTile*>& liveTiles() const { return m_tiles.shown(); }
     GalleryTile* tileFor(const QString& slug) const;
     int tileHeight() const;
 
@@ -55,17 +55,15 @@ protected:
 private:
     // Makes, moves and releases tiles so that exactly the rows in view and one beyond exist.
     void layoutTiles();
-    void releaseAll();
     void watchScrollArea();
     QRect visibleBand() const;
-    GalleryTile* takeTile();
+    GalleryTile* makeTile();
     void bindState(GalleryTile* tile) const;
 
     GalleryView& m_model;
     IconLoader& m_icons;
     QPointer<QAbstractScrollArea> m_area;
-    QHash<int, GalleryTile*> m_live;
-    QList<GalleryTile*> m_spare;
+    RowWidgets<GalleryTile> m_tiles;
     mutable int m_tileHeight = 0;
 };
 

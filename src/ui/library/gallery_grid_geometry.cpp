@@ -32,19 +32,17 @@ QRect GalleryGridGeometry::tileRect(int index) const
     return QRect(column * (tileWidth + spacing), row * (tileHeight + spacing), tileWidth, tileHeight);
 }
 
+RowExtents GalleryGridGeometry::rowExtents(int count) const
+{
+    RowExtents extents(0, spacing);
+    extents.assign(std::vector<int>(std::size_t(rows(count)), tileHeight));
+    return extents;
+}
+
 std::pair<int, int> GalleryGridGeometry::tilesBetween(int top, int bottom, int count) const
 {
-    const int r = rows(count);
-    if (r == 0 || bottom < 0 || top >= height(count) || bottom < top)
-        return {0, 0};
-    // Row n covers [n * pitch, n * pitch + tileHeight); a band inside the gap between two rows meets
-    // neither.
-    const int pitch = std::max(1, tileHeight + spacing);
-    const int firstRow = top < tileHeight ? 0 : (top - tileHeight) / pitch + 1;
-    const int lastRow = std::min(r - 1, bottom / pitch);
-    if (firstRow > lastRow)
-        return {0, 0};
-    return {firstRow * columns, std::min(count, (lastRow + 1) * columns)};
+    const auto [first, last] = rowExtents(count).rowsBetween(top, bottom);
+    return {first * columns, std::min(count, last * columns)};
 }
 
 } // namespace brightloom::ui

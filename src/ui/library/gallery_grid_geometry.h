@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ui/shared/metrics.h"
+#include "ui/shared/row_extents.h"
 
 #include <QRect>
 
@@ -23,6 +24,8 @@ struct GalleryGridGeometry
     // The height the grid needs for `count` tiles.
     int height(int count) const;
     QRect tileRect(int index) const;
+    // The rows of `count` tiles: one per `columns` tiles, of the tile height, `spacing` apart.
+    RowExtents rowExtents(int count) const;
     // The tiles whose rows meet the band from `top` to `bottom` (grid coordinates), as the half-open
     // range [first, last) of indices, for `count` tiles.
     std::pair<int, int> tilesBetween(int top, int bottom, int count) const;

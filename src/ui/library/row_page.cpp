@@ -1,5 +1,7 @@
 #include "row_page.h"
 
+#include "ui/shared/column.h"
+
 #include <QEvent>
 #include <QScrollBar>
 #include <algorithm>
@@ -70,20 +72,12 @@ void RowPage::rowsChanged(Rows* rows)
     Section* section = sectionOf(rows);
     if (!section)
         return;
-    const int count = rows->count();
-    section->offsets.resize(std::size_t(count) + 1);
-    qint64 y = 0;
-    for (int i = 0; i < count; ++i) {
-        section->offsets[std::size_t(i)] = y;
-        y += rows->rowHeight(i);
-    }
-    section->offsets[std::size_t(count)] = y;
+    std::vector<int> heights(std::size_t(rows->count()));
+    for (std::size_t i = 0; i < heights.size(); ++i)
+        heights[i] = rows->rowHeight(int(i));
+    section->extents.assign(std::move(heights));
     // Every row may now stand for another one.
-    for (QWidget* widget : std::as_const(section->shown)) {
-        widget->hide();
-        section->spare.append(widget);
-    }
-    section->shown.clear();
+    section->widgets.releaseAll();
     relayout();
 }
 
@@ -92,20 +86,15 @@ void RowPage::rebindVisible()
     place(true);
 }
 
-int RowPage::columnWidth() const
+Column RowPage::column() const
 {
-    return std::max(0, std::min(m_maxWidth, viewport()->width() - 2 * m_margin));
-}
-
-int RowPage::columnX() const
-{
-    return std::max(m_margin, (viewport()->width() - columnWidth()) / 2);
+    return Column::centred(viewport()->width(), m_maxWidth, m_margin);
 }
 
 void RowPage::measure(Section& section) const
 {
     if (section.rows) {
-        section.height = section.offsets.empty() ? 0 : section.offsets.back();
+        section.height = section.extents.end();
         return;
     }
     QWidget* widget = section.widget;
@@ -113,7 +102,7 @@ void RowPage::measure(Section& section) const
         section.height = 0;
         return;
     }
-    const int width = columnWidth();
+    const int width = column().width;
     int height = widget->hasHeightForWidth() ? widget->heightForWidth(width) : widget->sizeHint().height();
     section.height = std::max(height, widget->minimumSizeHint().height());
 }
@@ -148,8 +137,7 @@ void RowPage::relayout()
 void RowPage::place(bool rebind)
 {
     m_placing = true;
-    const int x = columnX();
-    const int width = columnWidth();
+    const auto [x, width] = column();
     const qint64 scroll = verticalScrollBar()->value();
     for (Section& section : m_sections) {
         if (section.rows) {
@@ -166,43 +154,17 @@ void RowPage::placeRows(Section& section, int x, int width, bool rebind)
 {
     const qint64 scroll = verticalScrollBar()->value();
     const qint64 from = scroll - section.top;
-    const qint64 to = from + viewport()->height();
-    const int count = int(section.offsets.size()) - 1;
-
-    int first = 0;
-    int last = -1; // inclusive
-    if (count > 0 && to > 0 && from < section.height) {
-        const auto begin = section.offsets.begin();
-        first = int(std::upper_bound(begin, begin + count, std::max<qint64>(from, 0)) - begin) - 1;
-        first = std::max(first, 0);
-        last = first;
-        while (last + 1 < count && section.offsets[std::size_t(last + 1)] < to)
-            ++last;
-    }
-
-    for (auto it = section.shown.begin(); it != section.shown.end();) {
-        if (it.key() < first || it.key() > last) {
-            it.value()->hide();
-            section.spare.append(it.value());
-            it = section.shown.erase(it);
-        } else {
-            ++it;
-        }
-    }
+    const auto [first, last] = section.extents.rowsBetween(from, from + viewport()->height() - 1);
+    section.widgets.keepOnly(first, last);
     if (!section.rows)
         return;
-    for (int index = first; index <= last; ++index) {
-        QWidget* widget = section.shown.value(index);
-        const bool fresh = widget == nullptr;
-        if (fresh) {
-            widget = section.spare.isEmpty() ? section.rows->makeRow(viewport()) : section.spare.takeLast();
-            section.shown.insert(index, widget);
-        }
+    for (int index = first; index < last; ++index) {
+        const auto [widget, fresh] =
+            section.widgets.take(index, [&section, this] { return section.rows->makeRow(viewport()); });
         if (fresh || rebind)
             section.rows->bind(widget, index);
-        const qint64 top = section.top + section.offsets[std::size_t(index)] - scroll;
-        const qint64 height = section.offsets[std::size_t(index) + 1] - section.offsets[std::size_t(index)];
-        widget->setGeometry(x, int(top), width, int(height));
+        const qint64 top = section.top + section.extents.top(index) - scroll;
+        widget->setGeometry(x, int(top), width, section.extents.height(index));
         if (fresh)
             widget->show();
     }
@@ -211,25 +173,21 @@ void RowPage::placeRows(Section& section, int x, int width, bool rebind)
 QWidget* RowPage::rowWidget(const Rows* rows, int index) const
 {
     const Section* section = sectionOf(rows);
-    return section ? section->shown.value(index) : nullptr;
+    return section ? section->widgets.at(index) : nullptr;
 }
 
 QList<int> RowPage::visibleRows(const Rows* rows) const
 {
     const Section* section = sectionOf(rows);
-    if (!section)
-        return {};
-    QList<int> indexes = section->shown.keys();
-    std::sort(indexes.begin(), indexes.end());
-    return indexes;
+    return section ? section->widgets.indexes() : QList<int>();
 }
 
 void RowPage::scrollToRow(const Rows* rows, int index)
 {
     const Section* section = sectionOf(rows);
-    if (!section || index < 0 || index + 1 >= int(section->offsets.size()))
+    if (!section || index < 0 || index >= section->extents.count())
         return;
-    const qint64 y = section->top + section->offsets[std::size_t(index)];
+    const qint64 y = section->top + section->extents.top(index);
     verticalScrollBar()->setValue(int(std::min<qint64>(y, verticalScrollBar()->maximum())));
     place(false);
 }

@@ -1,12 +1,16 @@
 #pragma once
 
+#include "ui/shared/row_extents.h"
+#include "ui/shared/row_widgets.h"
+
 #include <QAbstractScrollArea>
-#include <QHash>
 #include <QList>
 #include <QPointer>
 #include <vector>
 
 namespace brightloom::ui {
+
+struct Column;
 
 // A scrolling page: a column of widgets, among them runs of rows that may number in the hundreds of
 // thousands. A row's widget is made only while the row is visible and is reused for other rows as
@@ -64,11 +68,10 @@ private:
     {
         QPointer<QWidget> widget;
         Rows* rows = nullptr;
-        std::vector<qint64> offsets; // rows: top of each row, and the run's height last
+        RowExtents extents; // rows: where each row of the run sits within it
         qint64 top = 0;
         qint64 height = 0;
-        QHash<int, QWidget*> shown; // rows: index → its widget
-        QList<QWidget*> spare;      // rows: made and not showing a row now
+        RowWidgets<QWidget> widgets; // rows: the widgets showing them
     };
 
     Section* sectionOf(const Rows* rows);
@@ -77,8 +80,7 @@ private:
     void relayout();
     void place(bool rebind);
     void placeRows(Section& section, int x, int width, bool rebind);
-    int columnX() const;
-    int columnWidth() const;
+    Column column() const;
     void ensureVisible(QWidget* widget);
 
     std::vector<Section> m_sections;
