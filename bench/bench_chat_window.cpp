@@ -19,13 +19,9 @@
 
 #include "bench_support.h"
 #include "conversation/chat_view.h"
-#include "localbuild/local_builds.h"
-#include "platform/desktop.h"
-#include "service/api.h"
-#include "service/icon_loader.h"
+#include "conversation_window.h"
 #include "service_thread.h"
 #include "temp_home.h"
-#include "ui/app/window_screens.h"
 #include "ui/conversation/bubble_list_model.h"
 #include "ui/conversation/bubble_list_view.h"
 #include "ui/conversation/chat_view_widget.h"
@@ -47,13 +43,6 @@ namespace {
 
 constexpr double frameBudgetMs = 1000.0 / 60.0;
 const QSize windowSize(900, 720);
-
-class NoDesktop final : public Desktop
-{
-public:
-    void open(const QUrl&) override {}
-    void reveal(const QString&) override {}
-};
 
 // Processor time this thread has used, in milliseconds.
 double threadMs()
@@ -96,25 +85,13 @@ QByteArray detail(int count, bool mixed)
     }
     const QJsonObject job{{QStringLiteral("id"), QStringLiteral("j1")},
                           {QStringLiteral("status"), QStringLiteral("failed")}};
-    const QJsonObject body{
-        {QStringLiteral("project"), QJsonObject{{QStringLiteral("id"), QStringLiteral("p1")},
-                                                {QStringLiteral("name"), QStringLiteral("Timer")}}},
-        {QStringLiteral("messages"), messages},
-        {QStringLiteral("jobs"), QJsonArray{job}}};
-    return QJsonDocument(body).toJson(QJsonDocument::Compact);
+    return ConversationWindow::detail(messages, QJsonArray{job});
 }
 
-// One conversation of `count` messages behind its own service, and the client objects a window has.
+// One conversation of `count` messages behind its own service, and what the window makes for it.
 struct Conversation
 {
-    Conversation(TempHome& home, int count, bool mixed) : messages(count), mixed(mixed)
-    {
-        serve();
-        home.setEnv("BRIGHTLOOM_URL", service.baseUrl().toString().toUtf8());
-        api = std::make_unique<API>();
-    }
-
-    void serve()
+    Conversation(TempHome& home, int count, bool mixed) : messages(count), window(home, service.baseUrl())
     {
         const QByteArray body = detail(messages, mixed);
         service.call([body](RecordingServer& server) {
@@ -122,27 +99,16 @@ struct Conversation
         });
     }
 
-    // A shown widget; polling refreshes once and then waits an hour.
+    // A shown screen, handed over; polling refreshes once and then waits an hour.
     std::unique_ptr<ui::ChatViewWidget> open()
     {
-        std::unique_ptr<ui::ChatViewWidget> widget(
-            ui::conversationScreen(*api, local, icons, desktop,
-                                   Project{QStringLiteral("p1"), QStringLiteral("Timer"), std::nullopt}));
-        widget->chatView()->setPollIntervals(
-            {std::chrono::hours(1), std::chrono::hours(1), std::chrono::hours(1)});
-        widget->chatView()->startPolling();
-        widget->resize(windowSize);
-        widget->show();
-        return widget;
+        window.open(windowSize);
+        return std::move(window.widget);
     }
 
     int messages;
-    bool mixed;
     ServiceThread service;
-    std::unique_ptr<API> api;
-    LocalBuilds local;
-    IconLoader icons{QString()};
-    NoDesktop desktop;
+    ConversationWindow window;
 };
 
 // Lets the event loop run until `done` holds, sleeping while no event comes, so waiting costs the

@@ -325,3 +325,15 @@ TEST(GalleryViewOnTheStandInService, ShowsStarredAppsFirstAndKeepsAFavoriteForTh
     ASSERT_EQ(next.shown().size(), 1);
     EXPECT_EQ(next.shown()[0].slug, slug);
 }
+
+TEST_F(GalleryViewTest, IconAddressIsTheAppsIconResolvedAgainstTheServiceAndNoneWhenItCannotBeOne)
+{
+    const auto view = makeView();
+    GalleryApp app;
+    app.iconUrl = QStringLiteral("icons/timer.png");
+    EXPECT_EQ(view->iconAddress(app), server.baseUrl().resolved(QUrl(QStringLiteral("icons/timer.png"))));
+    app.iconUrl = QStringLiteral("https://cdn.test/timer.png");
+    EXPECT_EQ(view->iconAddress(app), QUrl(QStringLiteral("https://cdn.test/timer.png")));
+    app.iconUrl = QStringLiteral("http://[bad");
+    EXPECT_FALSE(view->iconAddress(app).has_value());
+}

@@ -1,6 +1,6 @@
 #include "memory_peak.h"
-#include "platform/desktop.h"
 #include "raw_zip.h"
+#include "recording_desktop.h"
 #include "recording_server.h"
 #include "service/api.h"
 #include "service/dmg_downloads.h"
@@ -21,15 +21,6 @@ using namespace brightloom;
 using namespace brightloom::test;
 
 namespace {
-
-class RecordingDesktop final : public Desktop
-{
-public:
-    void open(const QUrl& url) override { opened.append(url); }
-    void reveal(const QString& path) override { revealed.append(path); }
-    QList<QUrl> opened;
-    QStringList revealed;
-};
 
 QStringList filesUnder(const QString& folder)
 {

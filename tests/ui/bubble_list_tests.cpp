@@ -3,16 +3,12 @@
 // refresh touches.
 
 #include "conversation/chat_view.h"
-#include "localbuild/local_builds.h"
+#include "conversation_window.h"
 #include "qt_printers.h"
-#include "recording_desktop.h"
 #include "recording_server.h"
-#include "service/api.h"
-#include "service/icon_loader.h"
 #include "task_runner.h"
 #include "temp_home.h"
 #include "ui/app/palette.h"
-#include "ui/app/window_screens.h"
 #include "ui/conversation/bubble_delegate.h"
 #include "ui/conversation/bubble_list_model.h"
 #include "ui/conversation/bubble_list_view.h"
@@ -58,17 +54,9 @@ class BubbleListTest : public ::testing::Test
 protected:
     BubbleListTest()
     {
-        home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
-        api = std::make_unique<API>();
         server.setHandler([this](const RecordedRequest& req) {
-            if (req.method == "GET" && req.path() == QLatin1String("/api/projects/p1")) {
-                const QJsonObject detail{{QStringLiteral("project"),
-                                          QJsonObject{{QStringLiteral("id"), QStringLiteral("p1")},
-                                                      {QStringLiteral("name"), QStringLiteral("Timer")}}},
-                                         {QStringLiteral("messages"), messages},
-                                         {QStringLiteral("jobs"), QJsonArray{}}};
-                return ScriptedReply::json(200, QJsonDocument(detail).toJson(QJsonDocument::Compact));
-            }
+            if (req.method == "GET" && req.path() == QLatin1String("/api/projects/p1"))
+                return ScriptedReply::json(200, ConversationWindow::detail(messages, {}));
             return ScriptedReply::json(404, R"({"message":"Not found"})");
         });
     }
@@ -105,15 +93,7 @@ protected:
     // A shown conversation that has loaded what the service holds now.
     ChatViewWidget& open(QSize size = QSize(800, 600))
     {
-        widget.reset(
-            conversationScreen(*api, local, icons, desktop,
-                               Project{QStringLiteral("p1"), QStringLiteral("Timer"), std::nullopt}));
-        // Polling would refresh on its own; these tests refresh when they mean to.
-        widget->chatView()->setPollIntervals(
-            {std::chrono::hours(1), std::chrono::hours(1), std::chrono::hours(1)});
-        widget->chatView()->startPolling();
-        widget->resize(size);
-        widget->show();
+        window.open(size);
         EXPECT_TRUE(QTest::qWaitForWindowExposed(widget.get()));
         EXPECT_TRUE(spinUntil([&] { return widget->chatView()->loaded(); }));
         settle();
@@ -140,11 +120,8 @@ protected:
     TempHome home;
     RecordingServer server;
     QJsonArray messages;
-    std::unique_ptr<API> api;
-    LocalBuilds local;
-    IconLoader icons{QString()};
-    RecordingDesktop desktop;
-    std::unique_ptr<ChatViewWidget> widget;
+    ConversationWindow window{home, server.baseUrl()};
+    std::unique_ptr<ChatViewWidget>& widget = window.widget;
 };
 
 } // namespace

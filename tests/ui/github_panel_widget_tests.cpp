@@ -8,6 +8,7 @@
 #include "ui/library/github_sync_view_widget.h"
 #include "ui/shared/error_label.h"
 #include "ui/shared/link_button.h"
+#include "widget_lookup.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -27,6 +28,7 @@ protected:
     std::unique_ptr<GithubSyncViewWidget> shown()
     {
         auto widget = std::make_unique<GithubSyncViewWidget>(model, desktop);
+        panel = widget.get();
         widget->resize(700, 300);
         widget->show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(widget.get()));
@@ -34,9 +36,23 @@ protected:
         return widget;
     }
 
+    // The panel's texts and controls, as a screen reader meets them.
+    QLabel* label(const QString& description) const { return anyLabelDescribed(panel, description); }
+    QPushButton* button(const QString& name) const { return controlNamed<QPushButton>(panel, name); }
+    // The button that pushes, named for what it pushes ("Push version 1.1", "Push again").
+    QPushButton* pushButton() const
+    {
+        for (QPushButton* button : panel->findChildren<QPushButton*>()) {
+            if (accessibleName(button).startsWith(QLatin1String("Push ")))
+                return button;
+        }
+        return nullptr;
+    }
+
     API api;
     GithubSyncView model{api, QStringLiteral("p1")};
     RecordingDesktop desktop;
+    GithubSyncViewWidget* panel = nullptr;
 };
 
 } // namespace
@@ -45,10 +61,11 @@ TEST_F(GithubPanelWidgetTest, PanelThatCannotBeLoadedSaysSyncIsNotAvailable)
 {
     github.panel.reset();
     auto widget = shown();
-    EXPECT_TRUE(widget->unavailablePage()->isVisible());
-    EXPECT_FALSE(widget->connectPage()->isVisible() || widget->linkedPage()->isVisible() ||
-                 widget->choosePage()->isVisible());
-    auto* text = widget->unavailablePage()->findChild<QLabel*>();
+    EXPECT_TRUE(label(QStringLiteral("GitHub unavailable"))->isVisible());
+    EXPECT_FALSE(label(QStringLiteral("GitHub connect"))->isVisible() ||
+                 label(QStringLiteral("GitHub link"))->isVisible() ||
+                 label(QStringLiteral("GitHub account"))->isVisible());
+    auto* text = label(QStringLiteral("GitHub unavailable"));
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(text->text(), QStringLiteral("GitHub sync is not available right now."));
 }
@@ -57,10 +74,10 @@ TEST_F(GithubPanelWidgetTest, ConnectButtonOpensTheServicesLibraryPageOfTheProje
 {
     github.panel = QJsonObject{{QStringLiteral("state"), QStringLiteral("connect")}};
     auto widget = shown();
-    ASSERT_TRUE(widget->connectPage()->isVisible());
-    EXPECT_EQ(widget->connectPage()->findChild<QLabel*>()->text(),
+    ASSERT_TRUE(label(QStringLiteral("GitHub connect"))->isVisible());
+    EXPECT_EQ(label(QStringLiteral("GitHub connect"))->text(),
               QStringLiteral("Connect GitHub to keep this app's source in a repository."));
-    QTest::mouseClick(widget->connectButton(), Qt::LeftButton);
+    QTest::mouseClick(button(GithubSyncView::connectButton), Qt::LeftButton);
     ASSERT_EQ(desktop.opened.size(), 1);
     EXPECT_EQ(desktop.opened[0], QUrl(base().toString() + QStringLiteral("library/p1")));
 }
@@ -68,21 +85,21 @@ TEST_F(GithubPanelWidgetTest, ConnectButtonOpensTheServicesLibraryPageOfTheProje
 TEST_F(GithubPanelWidgetTest, ChooseViewListsTheRepositoriesWithTheFirstPicked)
 {
     auto widget = shown();
-    ASSERT_TRUE(widget->choosePage()->isVisible());
-    EXPECT_EQ(widget->chooseLabel()->text(),
+    ASSERT_TRUE(label(QStringLiteral("GitHub account"))->isVisible());
+    EXPECT_EQ(label(QStringLiteral("GitHub account"))->text(),
               QStringLiteral("Connected as demo. Pick the repository to push to."));
-    QComboBox* picker = widget->repositoryPicker();
+    QComboBox* picker = controlNamed<QComboBox>(widget.get(), GithubSyncView::repositoryLabel);
     EXPECT_EQ(picker->accessibleName(), QStringLiteral("Repository"));
     ASSERT_EQ(picker->count(), 2);
     EXPECT_EQ(picker->currentText(), QStringLiteral("demo/brightloom-apps"));
-    EXPECT_FALSE(widget->noReposLabel()->isVisible());
-    EXPECT_EQ(widget->useRepositoryButton()->text(), QStringLiteral("Use this repository"));
+    EXPECT_FALSE(label(QStringLiteral("GitHub no repositories"))->isVisible());
+    EXPECT_EQ(button(GithubSyncView::useRepoText)->text(), QStringLiteral("Use this repository"));
 }
 
 TEST_F(GithubPanelWidgetTest, PickingARepositorySetsTheChoice)
 {
     auto widget = shown();
-    QComboBox* picker = widget->repositoryPicker();
+    QComboBox* picker = controlNamed<QComboBox>(widget.get(), GithubSyncView::repositoryLabel);
     picker->setFocus();
     QTest::keyClick(picker, Qt::Key_Down);
     EXPECT_EQ(model.choice(), QStringLiteral("demo/website"));
@@ -92,42 +109,44 @@ TEST_F(GithubPanelWidgetTest, NoRepositoriesSaysHowToShareThem)
 {
     github.reposReply = ScriptedReply::json(200, R"({"repos":[]})");
     auto widget = shown();
-    EXPECT_TRUE(widget->noReposLabel()->isVisible());
+    EXPECT_TRUE(label(QStringLiteral("GitHub no repositories"))->isVisible());
     EXPECT_EQ(
-        widget->noReposLabel()->text(),
+        label(QStringLiteral("GitHub no repositories"))->text(),
         QStringLiteral(
             "No repositories shared with the app yet. Manage access on GitHub, then reopen this page."));
-    EXPECT_FALSE(widget->repositoryPicker()->isVisible());
+    EXPECT_FALSE(controlNamed<QComboBox>(widget.get(), GithubSyncView::repositoryLabel)->isVisible());
 }
 
 TEST_F(GithubPanelWidgetTest, LinkingARepositorySwitchesToTheLinkedViewWithoutReopening)
 {
     auto widget = shown();
     model.setChoice(QStringLiteral("demo/website"));
-    QTest::mouseClick(widget->useRepositoryButton(), Qt::LeftButton);
-    ASSERT_TRUE(spinUntil([&] { return widget->linkedPage()->isVisible(); }));
-    EXPECT_FALSE(widget->choosePage()->isVisible());
-    EXPECT_EQ(widget->linkedLabel()->text(), QStringLiteral("Syncs to demo/website"));
-    EXPECT_EQ(widget->pushButton()->text(), QStringLiteral("Push version 1.1"));
-    EXPECT_EQ(widget->unlinkButton()->text(), QStringLiteral("Stop syncing"));
-    EXPECT_FALSE(widget->noSourceLabel()->isVisible());
+    QTest::mouseClick(button(GithubSyncView::useRepoText), Qt::LeftButton);
+    ASSERT_TRUE(spinUntil([&] { return label(QStringLiteral("GitHub link"))->isVisible(); }));
+    EXPECT_FALSE(label(QStringLiteral("GitHub account"))->isVisible());
+    EXPECT_EQ(label(QStringLiteral("GitHub link"))->text(), QStringLiteral("Syncs to demo/website"));
+    ASSERT_TRUE(button(QStringLiteral("Push version 1.1")));
+    EXPECT_EQ(button(GithubSyncView::unlinkText)->text(), QStringLiteral("Stop syncing"));
+    EXPECT_FALSE(label(QStringLiteral("GitHub nothing to push"))->isVisible());
 }
 
 TEST_F(GithubPanelWidgetTest, PushShowsItsMessageAndACommitLinkThatOpensIt)
 {
     github.panel = ScriptedGithub::readyPanel(true);
     auto widget = shown();
-    EXPECT_FALSE(widget->messageLabel()->isVisible());
-    EXPECT_FALSE(widget->commitLink()->isVisible());
-    QTest::mouseClick(widget->pushButton(), Qt::LeftButton);
-    ASSERT_TRUE(spinUntil([&] { return widget->messageLabel()->isVisible() && !model.busy(); }));
-    EXPECT_EQ(widget->messageLabel()->text(), QStringLiteral("Pushed version 1.1 to GitHub."));
-    EXPECT_EQ(widget->linkedLabel()->text(),
+    EXPECT_FALSE(label(QStringLiteral("GitHub push message"))->isVisible());
+    EXPECT_FALSE(button(GithubSyncView::viewCommitText)->isVisible());
+    QTest::mouseClick(pushButton(), Qt::LeftButton);
+    ASSERT_TRUE(spinUntil(
+        [&] { return label(QStringLiteral("GitHub push message"))->isVisible() && !model.busy(); }));
+    EXPECT_EQ(label(QStringLiteral("GitHub push message"))->text(),
+              QStringLiteral("Pushed version 1.1 to GitHub."));
+    EXPECT_EQ(label(QStringLiteral("GitHub link"))->text(),
               QStringLiteral("Syncs to demo/website. Last pushed: version 1.1"));
-    EXPECT_EQ(widget->pushButton()->text(), QStringLiteral("Push again"));
-    ASSERT_TRUE(widget->commitLink()->isVisible());
-    EXPECT_EQ(widget->commitLink()->text(), QStringLiteral("View the commit"));
-    QTest::mouseClick(widget->commitLink(), Qt::LeftButton);
+    EXPECT_TRUE(button(QStringLiteral("Push again")));
+    ASSERT_TRUE(button(GithubSyncView::viewCommitText)->isVisible());
+    EXPECT_EQ(button(GithubSyncView::viewCommitText)->text(), QStringLiteral("View the commit"));
+    QTest::mouseClick(button(GithubSyncView::viewCommitText), Qt::LeftButton);
     EXPECT_EQ(desktop.opened,
               QList<QUrl>{QUrl(QStringLiteral("https://github.com/demo/website/commit/abc"))});
 }
@@ -137,12 +156,13 @@ TEST_F(GithubPanelWidgetTest, PushReportedUnchangedShowsUpToDateAndNoVersion)
     github.panel = ScriptedGithub::readyPanel(true);
     github.pushReply = ScriptedReply::json(200, R"({"changed":false,"version":"1.1"})");
     auto widget = shown();
-    QTest::mouseClick(widget->pushButton(), Qt::LeftButton);
-    ASSERT_TRUE(spinUntil([&] { return widget->messageLabel()->isVisible() && !model.busy(); }));
-    EXPECT_EQ(widget->messageLabel()->text(),
+    QTest::mouseClick(pushButton(), Qt::LeftButton);
+    ASSERT_TRUE(spinUntil(
+        [&] { return label(QStringLiteral("GitHub push message"))->isVisible() && !model.busy(); }));
+    EXPECT_EQ(label(QStringLiteral("GitHub push message"))->text(),
               QStringLiteral("Already up to date. The repository matches this build."));
-    EXPECT_FALSE(widget->messageLabel()->text().contains(QStringLiteral("1.1")));
-    EXPECT_FALSE(widget->commitLink()->isVisible());
+    EXPECT_FALSE(label(QStringLiteral("GitHub push message"))->text().contains(QStringLiteral("1.1")));
+    EXPECT_FALSE(button(GithubSyncView::viewCommitText)->isVisible());
 }
 
 TEST_F(GithubPanelWidgetTest, NewestBuildWithoutSourceSaysThereIsNothingToPush)
@@ -150,11 +170,11 @@ TEST_F(GithubPanelWidgetTest, NewestBuildWithoutSourceSaysThereIsNothingToPush)
     github.panel = ScriptedGithub::readyPanel(true);
     github.panel->remove(QStringLiteral("pushVersion"));
     auto widget = shown();
-    EXPECT_TRUE(widget->noSourceLabel()->isVisible());
-    EXPECT_EQ(widget->noSourceLabel()->text(),
+    EXPECT_TRUE(label(QStringLiteral("GitHub nothing to push"))->isVisible());
+    EXPECT_EQ(label(QStringLiteral("GitHub nothing to push"))->text(),
               QStringLiteral("The newest build did not keep its source, so there is nothing to push."));
-    EXPECT_FALSE(widget->pushButton()->isVisible());
-    EXPECT_TRUE(widget->unlinkButton()->isVisible());
+    EXPECT_EQ(pushButton(), nullptr) << "no button offers a push";
+    EXPECT_TRUE(button(GithubSyncView::unlinkText)->isVisible());
 }
 
 TEST_F(GithubPanelWidgetTest, EveryActionIsDisabledWhileOneRuns)
@@ -162,23 +182,23 @@ TEST_F(GithubPanelWidgetTest, EveryActionIsDisabledWhileOneRuns)
     github.panel = ScriptedGithub::readyPanel(true);
     github.pushReply.delayMs = 300;
     auto widget = shown();
-    QTest::mouseClick(widget->pushButton(), Qt::LeftButton);
-    EXPECT_FALSE(widget->pushButton()->isEnabled());
-    EXPECT_FALSE(widget->unlinkButton()->isEnabled());
-    EXPECT_FALSE(widget->useRepositoryButton()->isEnabled());
-    EXPECT_FALSE(widget->connectButton()->isEnabled());
+    QTest::mouseClick(pushButton(), Qt::LeftButton);
+    EXPECT_FALSE(pushButton()->isEnabled());
+    EXPECT_FALSE(button(GithubSyncView::unlinkText)->isEnabled());
+    EXPECT_FALSE(button(GithubSyncView::useRepoText)->isEnabled());
+    EXPECT_FALSE(button(GithubSyncView::connectButton)->isEnabled());
     ASSERT_TRUE(spinUntil([&] { return !model.busy(); }));
-    EXPECT_TRUE(widget->pushButton()->isEnabled());
+    EXPECT_TRUE(pushButton()->isEnabled());
 }
 
 TEST_F(GithubPanelWidgetTest, FailedActionShowsItsError)
 {
     github.linkReply = ScriptedReply::json(404, R"({"message":"Repository not found"})");
     auto widget = shown();
-    QTest::mouseClick(widget->useRepositoryButton(), Qt::LeftButton);
-    ASSERT_TRUE(spinUntil([&] { return widget->errorLabel()->isVisible(); }));
-    EXPECT_EQ(widget->errorLabel()->text(), QStringLiteral("Repository not found"));
-    EXPECT_TRUE(widget->choosePage()->isVisible());
+    QTest::mouseClick(button(GithubSyncView::useRepoText), Qt::LeftButton);
+    ASSERT_TRUE(spinUntil([&] { return label(QStringLiteral("GitHub error"))->isVisible(); }));
+    EXPECT_EQ(label(QStringLiteral("GitHub error"))->text(), QStringLiteral("Repository not found"));
+    EXPECT_TRUE(label(QStringLiteral("GitHub account"))->isVisible());
 }
 
 TEST_F(GithubPanelWidgetTest, EveryControlIsNamedAndItsAccessibleActionDoesWhatAClickDoes)

@@ -112,11 +112,29 @@ struct ShellWidgetTest : ::testing::Test
         if (!spinUntil([&] { return root->authView() != nullptr; }))
             return nullptr;
         AuthViewWidget* auth = root->authView();
-        QTest::keyClicks(auth->emailField(), QStringLiteral("ada@example.com"));
-        QTest::keyClicks(auth->passwordField(), QStringLiteral("wrong"));
-        QTest::mouseClick(auth->primaryButton(), Qt::LeftButton);
-        return spinUntil([&] { return auth->errorLabel()->isVisible(); }) ? auth : nullptr;
+        QTest::keyClicks(email(auth), QStringLiteral("ada@example.com"));
+        QTest::keyClicks(password(auth), QStringLiteral("wrong"));
+        QTest::mouseClick(button(auth, signIn), Qt::LeftButton);
+        return spinUntil([&] { return signInError(auth)->isVisible(); }) ? auth : nullptr;
     }
+
+    // The sign-in form's controls, as a screen reader names them.
+    static QLineEdit* field(const QWidget* auth, const QString& name)
+    {
+        return controlNamed<QLineEdit>(auth, name);
+    }
+    static QLineEdit* email(const QWidget* auth) { return field(auth, QStringLiteral("Email")); }
+    static QLineEdit* password(const QWidget* auth) { return field(auth, QStringLiteral("Password")); }
+    static QPushButton* button(const QWidget* auth, const QString& name)
+    {
+        return controlNamed<QPushButton>(auth, name);
+    }
+    static QLabel* signInError(const QWidget* auth)
+    {
+        return anyLabelDescribed(auth, QStringLiteral("Sign-in error"));
+    }
+    static const QString signIn;
+    static const QString createAccount;
 
     // The sign-in and main screens over blank detail panes.
     RootViewWidget* shellRoot() { return rootScreen(*api, shellScreens(*api, *local, nullptr)); }
@@ -130,6 +148,9 @@ struct ShellWidgetTest : ::testing::Test
         return rows;
     }
 };
+
+const QString ShellWidgetTest::signIn = QStringLiteral("Sign in");
+const QString ShellWidgetTest::createAccount = QStringLiteral("Create account");
 
 } // namespace
 
@@ -150,14 +171,14 @@ TEST_F(ShellWidgetTest, WrongPasswordShowsTheServicesMessageInRedAndKeepsTheFiel
 {
     AuthViewWidget* auth = refusedSignIn();
     ASSERT_NE(auth, nullptr);
-    EXPECT_EQ(auth->errorLabel()->text(), QStringLiteral("Invalid email or password"));
+    EXPECT_EQ(signInError(auth)->text(), QStringLiteral("Invalid email or password"));
     // The shared error red: (192, 28, 40) on a light window, lighter on a dark one.
-    const QPalette shown = auth->errorLabel()->palette();
+    const QPalette shown = signInError(auth)->palette();
     EXPECT_EQ(shown.color(QPalette::WindowText), ErrorLabel::colourOn(shown.color(QPalette::Window)));
     EXPECT_EQ(ErrorLabel::colourOn(QColor(Qt::white)), QColor(192, 28, 40));
-    EXPECT_EQ(auth->emailField()->text(), QStringLiteral("ada@example.com"));
-    EXPECT_EQ(auth->passwordField()->text(), QStringLiteral("wrong"));
-    EXPECT_EQ(auth->passwordField()->echoMode(), QLineEdit::Password);
+    EXPECT_EQ(email(auth)->text(), QStringLiteral("ada@example.com"));
+    EXPECT_EQ(password(auth)->text(), QStringLiteral("wrong"));
+    EXPECT_EQ(password(auth)->echoMode(), QLineEdit::Password);
 }
 
 TEST_F(ShellWidgetTest, SwitchingModesHidesTheErrorAndKeepsTheFields)
@@ -165,18 +186,18 @@ TEST_F(ShellWidgetTest, SwitchingModesHidesTheErrorAndKeepsTheFields)
     AuthViewWidget* auth = refusedSignIn();
     ASSERT_NE(auth, nullptr);
 
-    QTest::mouseClick(auth->toggleButton(), Qt::LeftButton);
-    EXPECT_FALSE(auth->errorLabel()->isVisible());
-    EXPECT_TRUE(auth->nameField()->isVisible());
-    EXPECT_EQ(auth->primaryButton()->text(), QStringLiteral("Create account"));
-    EXPECT_EQ(auth->emailField()->text(), QStringLiteral("ada@example.com"));
-    EXPECT_EQ(auth->passwordField()->text(), QStringLiteral("wrong"));
+    QTest::mouseClick(button(auth, QStringLiteral("Create an account")), Qt::LeftButton);
+    EXPECT_FALSE(signInError(auth)->isVisible());
+    EXPECT_TRUE(field(auth, QStringLiteral("Name"))->isVisible());
+    EXPECT_TRUE(button(auth, createAccount) && !button(auth, signIn));
+    EXPECT_EQ(email(auth)->text(), QStringLiteral("ada@example.com"));
+    EXPECT_EQ(password(auth)->text(), QStringLiteral("wrong"));
 
-    QTest::mouseClick(auth->toggleButton(), Qt::LeftButton);
-    EXPECT_FALSE(auth->errorLabel()->isVisible()) << "the error does not come back with the old mode";
-    EXPECT_EQ(auth->primaryButton()->text(), QStringLiteral("Sign in"));
-    EXPECT_EQ(auth->emailField()->text(), QStringLiteral("ada@example.com"));
-    EXPECT_EQ(auth->passwordField()->text(), QStringLiteral("wrong"));
+    QTest::mouseClick(button(auth, QStringLiteral("I already have an account")), Qt::LeftButton);
+    EXPECT_FALSE(signInError(auth)->isVisible()) << "the error does not come back with the old mode";
+    EXPECT_TRUE(button(auth, signIn) && !button(auth, createAccount));
+    EXPECT_EQ(email(auth)->text(), QStringLiteral("ada@example.com"));
+    EXPECT_EQ(password(auth)->text(), QStringLiteral("wrong"));
     EXPECT_EQ(server.requestsTo(QStringLiteral("/api/auth/sign-in/email")).size(), 1);
 }
 
@@ -188,14 +209,14 @@ TEST_F(ShellWidgetTest, SignUpWithoutANameSendsTheEmailAsNameAndOpensTheMainScre
     show(root);
     ASSERT_TRUE(spinUntil([&] { return root->authView() != nullptr; }));
     AuthViewWidget* auth = root->authView();
-    EXPECT_FALSE(auth->nameField()->isVisible());
-    QTest::mouseClick(auth->toggleButton(), Qt::LeftButton);
-    EXPECT_TRUE(auth->nameField()->isVisible());
-    EXPECT_EQ(auth->primaryButton()->text(), QStringLiteral("Create account"));
-    EXPECT_EQ(auth->toggleButton()->text(), QStringLiteral("I already have an account"));
-    QTest::keyClicks(auth->emailField(), QStringLiteral("ada@example.com"));
-    QTest::keyClicks(auth->passwordField(), QStringLiteral("secret"));
-    QTest::keyClick(auth->passwordField(), Qt::Key_Return); // Return anywhere in the form submits
+    EXPECT_FALSE(field(auth, QStringLiteral("Name"))->isVisible());
+    QTest::mouseClick(button(auth, QStringLiteral("Create an account")), Qt::LeftButton);
+    EXPECT_TRUE(field(auth, QStringLiteral("Name"))->isVisible());
+    EXPECT_TRUE(button(auth, createAccount) && !button(auth, signIn));
+    EXPECT_TRUE(button(auth, QStringLiteral("I already have an account")));
+    QTest::keyClicks(email(auth), QStringLiteral("ada@example.com"));
+    QTest::keyClicks(password(auth), QStringLiteral("secret"));
+    QTest::keyClick(password(auth), Qt::Key_Return); // Return anywhere in the form submits
     ASSERT_TRUE(spinUntil([&] { return root->mainView() != nullptr; }));
     EXPECT_EQ(lastBody(QStringLiteral("/api/auth/sign-up/email")).value(QStringLiteral("name")).toString(),
               QStringLiteral("ada@example.com"));
@@ -205,16 +226,17 @@ TEST_F(ShellWidgetTest, PrimaryButtonIsDisabledUntilEmailAndPasswordHoldSomethin
 {
     auto* auth = signInScreen(*api);
     show(auth);
-    EXPECT_EQ(auth->primaryButton()->text(), QStringLiteral("Sign in"));
-    EXPECT_FALSE(auth->primaryButton()->isEnabled());
-    QTest::keyClicks(auth->emailField(), QStringLiteral("a"));
-    EXPECT_FALSE(auth->primaryButton()->isEnabled());
-    QTest::keyClicks(auth->passwordField(), QStringLiteral("b"));
-    EXPECT_TRUE(auth->primaryButton()->isEnabled());
-    EXPECT_TRUE(auth->googleButton()->isEnabled());
-    EXPECT_EQ(auth->googleButton()->text(), QStringLiteral("Continue with Google"));
-    EXPECT_EQ(auth->emailField()->accessibleName(), QStringLiteral("Email"));
-    EXPECT_EQ(auth->passwordField()->accessibleName(), QStringLiteral("Password"));
+    ASSERT_TRUE(button(auth, signIn));
+    EXPECT_FALSE(button(auth, signIn)->isEnabled());
+    QTest::keyClicks(email(auth), QStringLiteral("a"));
+    EXPECT_FALSE(button(auth, signIn)->isEnabled());
+    QTest::keyClicks(password(auth), QStringLiteral("b"));
+    EXPECT_TRUE(button(auth, signIn)->isEnabled());
+    EXPECT_TRUE(button(auth, QStringLiteral("Continue with Google"))->isEnabled());
+    EXPECT_EQ(button(auth, QStringLiteral("Continue with Google"))->text(),
+              QStringLiteral("Continue with Google"));
+    EXPECT_EQ(email(auth)->accessibleName(), QStringLiteral("Email"));
+    EXPECT_EQ(password(auth)->accessibleName(), QStringLiteral("Password"));
 }
 
 TEST_F(ShellWidgetTest, SignInWidgetDrawsTheModelItIsGivenInWhateverStateItIsIn)
@@ -228,10 +250,10 @@ TEST_F(ShellWidgetTest, SignInWidgetDrawsTheModelItIsGivenInWhateverStateItIsIn)
     auth.resize(600, 500);
     auth.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&auth));
-    EXPECT_TRUE(auth.nameField()->isVisible());
-    EXPECT_EQ(auth.primaryButton()->text(), model.primaryLabel());
-    EXPECT_TRUE(auth.primaryButton()->isEnabled());
-    EXPECT_EQ(auth.toggleButton()->text(), model.toggleLabel());
+    EXPECT_TRUE(field(&auth, QStringLiteral("Name"))->isVisible());
+    ASSERT_TRUE(button(&auth, createAccount)); // the model signs up
+    EXPECT_TRUE(button(&auth, createAccount)->isEnabled());
+    EXPECT_TRUE(button(&auth, QStringLiteral("I already have an account")));
     EXPECT_TRUE(server.requests().isEmpty());
 }
 
@@ -240,11 +262,11 @@ TEST_F(ShellWidgetTest, FieldsFilledByAssistiveToolsReachTheForm)
     // Screen readers and input tools set a field's text without key presses.
     auto* auth = signInScreen(*api);
     show(auth);
-    auth->emailField()->setText(QStringLiteral("ada@example.com"));
-    auth->passwordField()->setText(QStringLiteral("secret"));
+    email(auth)->setText(QStringLiteral("ada@example.com"));
+    password(auth)->setText(QStringLiteral("secret"));
     EXPECT_EQ(auth->model().email(), QStringLiteral("ada@example.com"));
     EXPECT_EQ(auth->model().password(), QStringLiteral("secret"));
-    EXPECT_TRUE(auth->primaryButton()->isEnabled());
+    EXPECT_TRUE(button(auth, signIn)->isEnabled());
 }
 
 TEST_F(ShellWidgetTest, SidebarListsTheProjectsInTheServicesOrderUnderTheFixedEntries)
@@ -434,7 +456,7 @@ TEST_F(ShellWidgetTest, SigningOutReturnsToAnEmptySignInScreenAndDropsTheMainScr
     QTest::mouseClick(main->sidebar()->signOutButton(), Qt::LeftButton);
     ASSERT_TRUE(spinUntil([&] { return root->authView() != nullptr; }));
     ASSERT_TRUE(spinUntil([&] { return main.isNull(); }));
-    EXPECT_TRUE(root->authView()->emailField()->text().isEmpty());
+    EXPECT_TRUE(email(root->authView())->text().isEmpty());
     EXPECT_FALSE(root->authView()->model().creating());
     EXPECT_EQ(server.requestsTo(QStringLiteral("/api/auth/sign-out")).size(), 1);
 }
@@ -534,8 +556,8 @@ TEST_F(ShellWidgetTest, EverySignInControlIsNamedAndItsAccessibleActionDoesWhatA
             root->show();
             spinUntil([&] { return root->authView() != nullptr; });
             // Filled in, so that the primary button is enabled.
-            QTest::keyClicks(root->authView()->emailField(), QStringLiteral("ada@example.com"));
-            QTest::keyClicks(root->authView()->passwordField(), QStringLiteral("secret"));
+            QTest::keyClicks(email(root->authView()), QStringLiteral("ada@example.com"));
+            QTest::keyClicks(password(root->authView()), QStringLiteral("secret"));
             return root.get();
         },
         3);

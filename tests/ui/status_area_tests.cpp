@@ -3,14 +3,10 @@
 
 #include "accessible_walk.h"
 #include "conversation/chat_view.h"
-#include "localbuild/local_builds.h"
-#include "recording_desktop.h"
+#include "conversation_window.h"
 #include "recording_server.h"
-#include "service/api.h"
-#include "service/icon_loader.h"
 #include "task_runner.h"
 #include "temp_home.h"
-#include "ui/app/window_screens.h"
 #include "ui/conversation/chat_button_row.h"
 #include "ui/conversation/chat_view_widget.h"
 #include "ui/conversation/download_area_widget.h"
@@ -48,31 +44,16 @@ class StatusAreaTest : public ::testing::Test
 protected:
     StatusAreaTest()
     {
-        home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
-        api = std::make_unique<API>();
         server.setHandler([this](const RecordedRequest& request) {
-            if (request.method == "GET" && request.path() == QLatin1String("/api/projects/p1")) {
-                const QJsonObject detail{{QStringLiteral("project"),
-                                          QJsonObject{{QStringLiteral("id"), QStringLiteral("p1")},
-                                                      {QStringLiteral("name"), QStringLiteral("Timer")}}},
-                                         {QStringLiteral("messages"), QJsonArray{}},
-                                         {QStringLiteral("jobs"), jobs}};
-                return ScriptedReply::json(200, QJsonDocument(detail).toJson(QJsonDocument::Compact));
-            }
+            if (request.method == "GET" && request.path() == QLatin1String("/api/projects/p1"))
+                return ScriptedReply::json(200, ConversationWindow::detail({}, jobs));
             return ScriptedReply::json(404, R"({"message":"Not found"})");
         });
     }
 
     ChatViewWidget& open()
     {
-        widget.reset(
-            conversationScreen(*api, local, icons, desktop,
-                               Project{QStringLiteral("p1"), QStringLiteral("Timer"), std::nullopt}));
-        widget->chatView()->setPollIntervals(
-            {std::chrono::hours(1), std::chrono::hours(1), std::chrono::hours(1)});
-        widget->chatView()->startPolling();
-        widget->resize(800, 600);
-        widget->show();
+        window.open(QSize(800, 600));
         EXPECT_TRUE(QTest::qWaitForWindowExposed(widget.get()));
         EXPECT_TRUE(spinUntil([&] { return widget->chatView()->loaded(); }));
         return *widget;
@@ -91,11 +72,8 @@ protected:
     TempHome home;
     RecordingServer server;
     QJsonArray jobs;
-    std::unique_ptr<API> api;
-    LocalBuilds local;
-    IconLoader icons{QString()};
-    RecordingDesktop desktop;
-    std::unique_ptr<ChatViewWidget> widget;
+    ConversationWindow window{home, server.baseUrl()};
+    std::unique_ptr<ChatViewWidget>& widget = window.widget;
 };
 
 } // namespace

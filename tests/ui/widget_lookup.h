@@ -63,6 +63,28 @@ inline QLabel* labelDescribed(const QWidget* root, const QString& description)
     return nullptr;
 }
 
+// The control of type `W` under `root` read out as `name`, shown or not, or null: for asking whether
+// it shows, or what it says, as well as for using it.
+template <typename W = QWidget> W* controlNamed(const QWidget* root, const QString& name)
+{
+    // A combo box reads out its current item; the name it was given is the one a person hears first.
+    for (W* control : root->findChildren<W*>()) {
+        if (control->accessibleName() == name || accessibleName(control) == name)
+            return control;
+    }
+    return nullptr;
+}
+
+// The label under `root` described as `description`, shown or not, or null.
+inline QLabel* anyLabelDescribed(const QWidget* root, const QString& description)
+{
+    for (QLabel* label : root->findChildren<QLabel*>()) {
+        if (label->accessibleDescription() == description)
+            return label;
+    }
+    return nullptr;
+}
+
 // The text of the label described as `description`, or "" when there is none on the screen.
 inline QString textDescribed(const QWidget* root, const QString& description)
 {

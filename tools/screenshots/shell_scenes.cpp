@@ -27,15 +27,17 @@ QCoro::Task<QWidget*> signInError(SceneContext& context)
 {
     auto* screen = ui::signInScreen(context.api);
     screen->model().toggle();
-    screen->nameField()->setText(QStringLiteral("Ada"));
-    screen->emailField()->setText(QStringLiteral("ada@example.com"));
-    screen->passwordField()->setText(QStringLiteral("secret"));
-    screen->model().setName(QStringLiteral("Ada"));
-    screen->model().setEmail(QStringLiteral("ada@example.com"));
-    screen->model().setPassword(QStringLiteral("secret"));
+    // Typed as a person would, into the fields a screen reader names.
+    const auto type = [screen](const QString& field, const QString& text) {
+        for (auto* edit : screen->findChildren<QLineEdit*>()) {
+            if (edit->accessibleName() == field)
+                edit->setText(text);
+        }
+    };
+    type(QStringLiteral("Name"), QStringLiteral("Ada"));
+    type(QStringLiteral("Password"), QStringLiteral("secret"));
     // Signing up with the demo account's address again: the service refuses it.
-    screen->model().setEmail(QStringLiteral("demo@brightloom.test"));
-    screen->emailField()->setText(QStringLiteral("demo@brightloom.test"));
+    type(QStringLiteral("Email"), QStringLiteral("demo@brightloom.test"));
     screen->model().submit();
     co_await waitUntil([screen] { return !screen->model().busy(); });
     co_return screen;

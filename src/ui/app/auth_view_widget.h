@@ -28,13 +28,6 @@ public:
     explicit AuthViewWidget(AuthView& model, QWidget* parent = nullptr);
 
     AuthView& model() const { return *m_model; }
-    QLineEdit* nameField() const { return m_name; }
-    QLineEdit* emailField() const { return m_email; }
-    QLineEdit* passwordField() const { return m_password; }
-    QLabel* errorLabel() const { return m_error; }
-    QPushButton* primaryButton() const { return m_primary; }
-    QPushButton* googleButton() const { return m_google; }
-    LinkButton* toggleButton() const { return m_toggle; }
 
 private:
     void redraw();

@@ -57,7 +57,6 @@ public:
     // The widget shown after the last row; it belongs to the list from then on. Hidden, it takes
     // no room.
     void setFooter(QWidget* footer);
-    QWidget* footer() const { return m_footer; }
 
     // Shows the end of the list (the footer's bottom edge) and keeps it shown as the list grows.
     void scrollToEnd();

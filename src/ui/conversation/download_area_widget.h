@@ -37,7 +37,6 @@ public:
     // One "Saved to …" label per finished download, in order.
     QList<QLabel*> savedLabels() const;
     QList<ChatButtonRow*> savedButtons() const;
-    FirstLaunchNote* note() const { return m_note; }
     QList<QWidget*> focusChain() const;
 
 Q_SIGNALS:

@@ -23,7 +23,6 @@ public:
     void setNotice(const std::optional<LinkNotice>& notice);
 
     QLabel* found() const { return m_found; }
-    QLabel* explanation() const { return m_explanation; }
     QWidget* warning() const { return m_warning; }
     QLabel* warningText() const { return m_warningText; }
 

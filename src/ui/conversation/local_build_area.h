@@ -31,11 +31,9 @@ public:
     void setArea(const LocalArea& area);
 
     AppHeader* header() const { return m_header; }
-    ProgressRow* phase() const { return m_phase; }
     QLabel* errorLabel() const { return m_error; }
     QPlainTextEdit* logBox() const { return m_log; }
     ChatButtonRow* buttons() const { return m_buttons; }
-    QLabel* note() const { return m_note; }
     // The widgets Tab visits, in order.
     QList<QWidget*> focusChain() const;
 

@@ -40,9 +40,6 @@ public:
 
     const GalleryApp& app() const { return m_app; }
     bool favorite() const { return m_favorite; }
-    QToolButton* heart() const { return m_heart; }
-    QPushButton* details() const { return m_details; }
-    QPushButton* use() const { return m_use; }
     QLabel* name() const;
     IconTile* icon() const { return m_icon; }
 

@@ -38,7 +38,6 @@ public:
 
     GalleryView& model() const { return *m_model; }
     GalleryGrid* grid() const { return m_grid; }
-    QToolButton* favoritesButton() const { return m_favorites; }
     QLabel* errorLabel() const { return m_error; }
     QLabel* emptyLabel() const { return m_empty; }
     BusySpinner* spinner() const { return m_spinner; }

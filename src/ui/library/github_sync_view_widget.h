@@ -28,22 +28,6 @@ public:
     GithubSyncViewWidget(GithubSyncView& model, Desktop& desktop, QWidget* parent = nullptr);
 
     GithubSyncView& model() const { return m_model; }
-    QWidget* unavailablePage() const { return m_unavailable; }
-    QWidget* connectPage() const { return m_connect; }
-    QWidget* linkedPage() const { return m_linked; }
-    QWidget* choosePage() const { return m_choose; }
-    QPushButton* connectButton() const { return m_connectButton; }
-    QLabel* linkedLabel() const { return m_linkedText; }
-    QLabel* noSourceLabel() const { return m_noSource; }
-    QPushButton* pushButton() const { return m_push; }
-    QPushButton* unlinkButton() const { return m_unlink; }
-    QLabel* chooseLabel() const { return m_chooseText; }
-    QLabel* noReposLabel() const { return m_noRepos; }
-    QComboBox* repositoryPicker() const { return m_picker; }
-    QPushButton* useRepositoryButton() const { return m_use; }
-    QLabel* messageLabel() const { return m_message; }
-    LinkButton* commitLink() const { return m_commit; }
-    ErrorLabel* errorLabel() const { return m_error; }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
