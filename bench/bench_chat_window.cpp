@@ -91,7 +91,14 @@ QByteArray detail(int count, bool mixed)
 // One conversation of `count` messages behind its own service, and what the window makes for it.
 struct Conversation
 {
-    Conversation(TempHome& home, int count, bool mixed) : messages(count), window(home, service.baseUrl())
+    Conversation(TempHome& home, int count, bool mixed)
+        : messages(count), mixed(mixed), window(home, service.baseUrl())
+    {
+        serve();
+    }
+
+    // The service answers with the conversation as it is now.
+    void serve()
     {
         const QByteArray body = detail(messages, mixed);
         service.call([body](RecordingServer& server) {
@@ -107,6 +114,7 @@ struct Conversation
     }
 
     int messages;
+    bool mixed;
     ServiceThread service;
     ConversationWindow window;
 };

@@ -15,6 +15,7 @@
 #include "task_runner.h"
 #include "temp_home.h"
 #include "tick_watch.h"
+#include "ui/app/window_screens.h"
 #include "ui/library/library_detail_view_widget.h"
 #include "ui/library/tree_row_widget.h"
 
@@ -95,8 +96,8 @@ Opened open(API& api, IconLoader& icons, Desktop& desktop)
     qApp->installEventFilter(&watch);
     QElapsedTimer clock;
     clock.start();
-    auto page = std::make_unique<ui::LibraryDetailViewWidget>(
-        api, icons, desktop, QStringLiteral("p1"), [](QString) {}, std::nullopt);
+    std::unique_ptr<ui::LibraryDetailViewWidget> page(ui::libraryDetailScreen(
+        api, icons, desktop, QStringLiteral("p1"), [](QString) {}, std::nullopt));
     page->resize(900, 800);
     page->show();
     const bool painted = spinUntil([&] { return watch.painted; }, std::chrono::minutes(2));
