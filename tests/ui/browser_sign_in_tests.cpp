@@ -9,6 +9,7 @@
 
 #include <QDialogButtonBox>
 #include <QFile>
+#include <QFileOpenEvent>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocalServer>
@@ -21,6 +22,7 @@
 #include <csignal>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <optional>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -222,6 +224,29 @@ struct BrowserSignInTest : SingleInstanceTest
         api = std::make_unique<API>();
         window.show();
     }
+
+    // Starts a sign-in in the browser; `signIn` says how it ended once it has.
+    void startSignIn()
+    {
+        signingIn = [](API& client, Outcome<void>& out) -> QCoro::Task<> {
+            try {
+                co_await client.signInWithGoogle();
+                out.value = true;
+            } catch (...) {
+                out.error = std::current_exception();
+            }
+            out.finished = true;
+        }(*api, signIn);
+    }
+
+    // The desktop of a Mac hands the address to the running application.
+    static void openUrlEvent(const QString& address)
+    {
+        QCoreApplication::postEvent(QCoreApplication::instance(), new QFileOpenEvent(QUrl(address)));
+    }
+
+    Outcome<void> signIn;
+    std::optional<QCoro::Task<>> signingIn;
 };
 
 } // namespace
@@ -288,4 +313,61 @@ TEST_F(BrowserSignInTest, BrowserThatCannotBeOpenedSaysTheSignInWindowCouldNotOp
     const Outcome<void> outcome = run(api->signInWithGoogle());
     EXPECT_EQ(outcome.errorText(), QStringLiteral("Could not open the sign-in window."));
     EXPECT_EQ(page.waitingDialog(), nullptr);
+}
+
+TEST_F(BrowserSignInTest, CallbackThatTheDesktopOpensAsAnAddressSignsTheWindowIn)
+{
+    SingleInstance instance(socket());
+    ASSERT_TRUE(instance.listen());
+    BrowserSignInPage page(instance, &window, [](const QUrl&) { return true; });
+    api->setSignInPage(&page);
+    startSignIn();
+    ASSERT_TRUE(spinUntil([&] { return page.waitingDialog() && page.waitingDialog()->isVisible(); }));
+    openUrlEvent(QStringLiteral("brightloom://callback?token=from-the-desktop"));
+    ASSERT_TRUE(spinUntil([&] { return signIn.finished; }));
+    EXPECT_TRUE(signIn.ok()) << signIn.errorText().toStdString();
+    EXPECT_TRUE(api->signedIn());
+    const auto verify = server.requestsTo(QStringLiteral("/api/auth/one-time-token/verify"));
+    ASSERT_EQ(verify.size(), 1);
+    EXPECT_EQ(QJsonDocument::fromJson(verify.front().body).object().value(QStringLiteral("token")).toString(),
+              QStringLiteral("from-the-desktop"));
+}
+
+TEST_F(BrowserSignInTest, CallbackThatComesWhileNoSignInWaitsIsDroppedOnBothRoads)
+{
+    // A link on any page could open such an address: kept, it would sign the window into the
+    // account of whoever made the link as soon as the user next signed in.
+    SingleInstance instance(socket());
+    ASSERT_TRUE(instance.listen());
+    BrowserSignInPage page(instance, &window, [](const QUrl&) { return true; });
+    api->setSignInPage(&page);
+    QSignalSpy received(&instance, &SingleInstance::callbackReceived);
+    ASSERT_TRUE(forwardAsASecondStart(socket(), QStringLiteral("brightloom://callback?token=planted-1")));
+    openUrlEvent(QStringLiteral("brightloom://callback?token=planted-2"));
+    ASSERT_TRUE(spinUntil([&] { return received.count() == 2; })) << "both roads delivered";
+
+    startSignIn();
+    ASSERT_TRUE(spinUntil([&] { return page.waitingDialog() && page.waitingDialog()->isVisible(); }));
+    drainPostedEvents();
+    EXPECT_FALSE(signIn.finished) << "the sign-in still waits for its own callback";
+    EXPECT_TRUE(server.requestsTo(QStringLiteral("/api/auth/one-time-token/verify")).isEmpty());
+    page.waitingDialog()->reject();
+    ASSERT_TRUE(spinUntil([&] { return signIn.finished; }));
+    EXPECT_EQ(signIn.errorText(), QStringLiteral("Sign-in cancelled."));
+    EXPECT_FALSE(api->signedIn());
+}
+
+TEST_F(SingleInstanceTest, OpenUrlEventOfAnotherSchemeIsLeftToTheApplication)
+{
+    SingleInstance instance(socket());
+    QSignalSpy callbacks(&instance, &SingleInstance::callbackReceived);
+    QFileOpenEvent file(QStringLiteral("/tmp/notes.txt"));
+    QFileOpenEvent web(QUrl(QStringLiteral("https://evil.example/?token=x")));
+    QCoreApplication* app = QCoreApplication::instance();
+    EXPECT_FALSE(QCoreApplication::sendEvent(app, &file));
+    EXPECT_FALSE(QCoreApplication::sendEvent(app, &web));
+    QFileOpenEvent ours(QUrl(QStringLiteral("brightloom://callback?token=t")));
+    EXPECT_TRUE(QCoreApplication::sendEvent(app, &ours));
+    ASSERT_EQ(callbacks.count(), 1);
+    EXPECT_EQ(callbacks.front().front().toString(), QStringLiteral("brightloom://callback?token=t"));
 }

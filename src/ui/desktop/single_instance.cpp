@@ -1,7 +1,9 @@
 #include "single_instance.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QFileOpenEvent>
 #include <QLocalSocket>
 #include <QStandardPaths>
 #include <QUrl>
@@ -35,6 +37,8 @@ SingleInstance::SingleInstance(QString socketPath, QObject* parent)
     // Only this user may connect.
     m_server.setSocketOptions(QLocalServer::UserAccessOption);
     connect(&m_server, &QLocalServer::newConnection, this, &SingleInstance::accept);
+    if (QCoreApplication* app = QCoreApplication::instance())
+        app->installEventFilter(this);
 }
 
 SingleInstance::~SingleInstance() = default;
@@ -90,14 +94,29 @@ void SingleInstance::accept()
             }
             if (!line.startsWith("callback "))
                 return;
-            const QString callback = QString::fromUtf8(line.mid(9));
-            // Only the sign-in callback of our own scheme is taken; anything else is dropped.
-            if (QUrl(callback).scheme() == QLatin1String("brightloom")) {
-                Q_EMIT raiseRequested();
-                Q_EMIT callbackReceived(callback);
-            }
+            takeCallback(QString::fromUtf8(line.mid(9)));
         });
     }
+}
+
+bool SingleInstance::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == QCoreApplication::instance() && event->type() == QEvent::FileOpen) {
+        const QUrl url = static_cast<QFileOpenEvent*>(event)->url();
+        if (url.scheme() == QLatin1String("brightloom")) {
+            takeCallback(url.toString(QUrl::FullyEncoded));
+            return true;
+        }
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void SingleInstance::takeCallback(const QString& callback)
+{
+    if (QUrl(callback).scheme() != QLatin1String("brightloom"))
+        return;
+    Q_EMIT raiseRequested();
+    Q_EMIT callbackReceived(callback);
 }
 
 } // namespace brightloom::ui

@@ -6,9 +6,12 @@
 
 namespace brightloom::ui {
 
-// Keeps one window per user. The first process listens on a socket in the user's runtime folder; a
-// later one hands it what it was started with (a "brightloom://" sign-in callback, or a wish to see
-// the window) and exits. A socket left behind by a process that crashed is replaced.
+// Keeps one window per user, and takes the "brightloom://" sign-in callback wherever the desktop
+// delivers it. The first process listens on a socket in the user's runtime folder; a later one hands
+// it what it was started with (a callback, or a wish to see the window) and exits: the road of a
+// Linux desktop, which starts the program with the address. A Mac hands the address to the running
+// application as an open-URL event, which arrives here too. A socket left behind by a process that
+// crashed is replaced.
 class SingleInstance final : public QObject
 {
     Q_OBJECT
@@ -31,13 +34,19 @@ public:
     const QString& socketPath() const { return m_path; }
 
 Q_SIGNALS:
-    // Another start brought a sign-in callback.
+    // Another start or the desktop brought a sign-in callback. Whoever waits for one takes it; when
+    // nobody does, it is gone.
     void callbackReceived(const QString& callback);
     // Another start wants the window in front.
     void raiseRequested();
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void accept();
+    // Passes on an address of our own scheme; anything else is dropped.
+    void takeCallback(const QString& callback);
 
     QString m_path;
     QLocalServer m_server;
