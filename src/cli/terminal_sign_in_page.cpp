@@ -1,6 +1,8 @@
 #include "terminal_sign_in_page.h"
 
 #include "console.h"
+#include "platform/desktop_road.h"
+#include "platform/mac_desktop.h"
 
 #include <QProcess>
 #include <QStandardPaths>
@@ -12,16 +14,17 @@
 namespace brightloom::cli {
 namespace {
 
-// Only with a desktop session: without one, the opener may start a text browser on this terminal.
+// A Mac always has its desktop. Elsewhere only with a desktop session: without one, the opener may
+// start a text browser on this terminal.
 void openInBrowser(const QUrl& page)
 {
+    if (desktopRoad() == DesktopRoad::mac) {
+        MacDesktop().open(page);
+        return;
+    }
     if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
         return;
-#ifdef Q_OS_MACOS
-    const QString opener = QStringLiteral("/usr/bin/open");
-#else
     const QString opener = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
-#endif
     if (opener.isEmpty())
         return;
     QProcess process;

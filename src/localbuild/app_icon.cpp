@@ -1,9 +1,9 @@
 #include "app_icon.h"
 
+#include "platform/tool_paths.h"
 #include "process_runner.h"
 #include "service/api_error.h"
 #include "text/characters.h"
-#include "tool_paths.h"
 
 #include <QBuffer>
 #include <QDir>

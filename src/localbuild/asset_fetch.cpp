@@ -1,11 +1,11 @@
 #include "asset_fetch.h"
 
 #include "asset_set.h"
+#include "platform/tool_paths.h"
 #include "rejected.h"
 #include "service/api_error.h"
 #include "text/characters.h"
 #include "threads/background_priority.h"
-#include "tool_paths.h"
 #include "tree_copy.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 #include "compile.h"
 
+#include "platform/tool_paths.h"
 #include "threads/release_in_background.h"
-#include "tool_paths.h"
 
 namespace brightloom::LocalBuild {
 

@@ -1,8 +1,8 @@
 #include "frameworks.h"
 
+#include "platform/tool_paths.h"
 #include "process_runner.h"
 #include "service/api_error.h"
-#include "tool_paths.h"
 #include "tree_copy.h"
 
 #include <QDir>

@@ -10,7 +10,7 @@
 #include "compile.h"
 #include "frameworks.h"
 #include "package.h"
+#include "platform/tool_paths.h"
 #include "process_runner.h"
 #include "rejected.h"
 #include "source_fetch.h"
-#include "tool_paths.h"

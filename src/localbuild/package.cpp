@@ -3,11 +3,11 @@
 #include "app_icon.h"
 #include "bundle_info.h"
 #include "frameworks.h"
+#include "platform/tool_paths.h"
 #include "process_runner.h"
 #include "service/api_error.h"
 #include "text/characters.h"
 #include "text/file_names.h"
-#include "tool_paths.h"
 #include "tree_copy.h"
 
 #include <QDir>

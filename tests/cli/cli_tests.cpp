@@ -1,4 +1,5 @@
 #include "child_process.h"
+#include "mac_desktop_log.h"
 #include "qt_printers.h"
 #include "recording_server.h"
 #include "teardown_probe.h"
@@ -225,6 +226,21 @@ TEST_F(CliTest, BrowserSignInReadsTheCallbackFromInputAndVerifiesItsToken)
     EXPECT_EQ(QJsonDocument::fromJson(verify[0].body).object().value(QStringLiteral("token")).toString(),
               QStringLiteral("ott-1"));
     EXPECT_EQ(runCli({QStringLiteral("projects")}).exitCode, 0);
+}
+
+TEST_F(CliTest, BrowserSignInOnAMacOpensThePageWithOpenWithoutAskingForADisplay)
+{
+    MacDesktopLog desktop(home, QStringLiteral(BRIGHTLOOM_STANDIN_TOOLS_DIR));
+    home.setEnv("DISPLAY", "");
+    home.setEnv("WAYLAND_DISPLAY", "");
+    const auto login =
+        runCli({QStringLiteral("login"), QStringLiteral("--browser")}, "brightloom://callback?token=ott-1\n");
+    ASSERT_EQ(login.exitCode, 0) << login.err.toStdString();
+    const auto calls = desktop.waitForCalls(1);
+    ASSERT_EQ(calls.size(), 1);
+    ASSERT_EQ(calls[0].size(), 1);
+    EXPECT_TRUE(calls[0][0].startsWith(server.baseUrl().toString() + QStringLiteral("native-sign-in")))
+        << calls[0][0].toStdString();
 }
 
 TEST_F(CliTest, BrowserSignInEndedWithoutACallbackIsCancelled)

@@ -4,6 +4,7 @@
 #include "gallery_service.h"
 #include "library/gallery_view.h"
 #include "localbuild/local_builds.h"
+#include "platform/notifier.h"
 #include "platform/settings.h"
 #include "platform/version.h"
 #include "qt_printers.h"
@@ -27,7 +28,6 @@
 #include "ui/app/worker_status_banner_widget.h"
 #include "ui/conversation/chat_view_widget.h"
 #include "ui/conversation/new_project_view_widget.h"
-#include "ui/desktop/desktop_notifier.h"
 #include "ui/library/gallery_grid.h"
 #include "ui/library/gallery_tile.h"
 #include "ui/library/gallery_view_widget.h"
@@ -55,10 +55,9 @@ namespace {
 const QByteArray twoProjects =
     R"({"projects":[{"id":"p1","name":"Notes"},{"id":"p2","name":"Timer","unsafe":true}]})";
 
-class RecordingNotifier final : public DesktopNotifier
+class RecordingNotifier final : public Notifier
 {
 public:
-    RecordingNotifier() : DesktopNotifier(QDBusConnection(QStringLiteral("none"))) {}
     void notify(const QString& title, const QString& body) override
     {
         shown.append(title + QLatin1Char('|') + body);

@@ -2,12 +2,13 @@
 
 #include "browser_sign_in_page.h"
 #include "localbuild/local_builds.h"
+#include "platform/desktop.h"
+#include "platform/notifier.h"
 #include "root_view_widget.h"
 #include "service/api.h"
 #include "service/icon_loader.h"
-#include "ui/desktop/desktop_notifier.h"
+#include "ui/desktop/desktop_services.h"
 #include "ui/desktop/single_instance.h"
-#include "ui/desktop/system_desktop.h"
 #include "ui/desktop/widget_dialogs.h"
 #include "ui/shared/logo_mark.h"
 #include "window_screens.h"
@@ -19,8 +20,8 @@ namespace brightloom::ui {
 
 BrightloomApp::BrightloomApp(SingleInstance& instance, QObject* parent)
     : QObject(parent), m_api(std::make_unique<API>()), m_local(std::make_unique<LocalBuilds>()),
-      m_icons(std::make_unique<IconLoader>()), m_desktop(std::make_unique<SystemDesktop>()),
-      m_dialogs(std::make_unique<WidgetDialogs>()), m_notifier(std::make_unique<DesktopNotifier>()),
+      m_icons(std::make_unique<IconLoader>()), m_desktop(systemDesktop()),
+      m_dialogs(std::make_unique<WidgetDialogs>()), m_notifier(systemNotifier()),
       m_window(std::make_unique<QWidget>())
 {
     m_window->setWindowTitle(QStringLiteral("Brightloom"));

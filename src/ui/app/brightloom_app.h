@@ -8,17 +8,17 @@ class QWidget;
 
 namespace brightloom {
 class API;
+class Desktop;
 class IconLoader;
 class LocalBuilds;
+class Notifier;
 } // namespace brightloom
 
 namespace brightloom::ui {
 
 class BrowserSignInPage;
-class DesktopNotifier;
 class RootViewWidget;
 class SingleInstance;
-class SystemDesktop;
 class WidgetDialogs;
 
 // The program: one service client and one local build controller for the whole run, the shared icon
@@ -47,9 +47,9 @@ private:
     std::unique_ptr<API> m_api;
     std::unique_ptr<LocalBuilds> m_local;
     std::unique_ptr<IconLoader> m_icons;
-    std::unique_ptr<SystemDesktop> m_desktop;
+    std::unique_ptr<Desktop> m_desktop;
     std::unique_ptr<WidgetDialogs> m_dialogs;
-    std::unique_ptr<DesktopNotifier> m_notifier;
+    std::unique_ptr<Notifier> m_notifier;
     std::unique_ptr<QWidget> m_window;
     std::unique_ptr<BrowserSignInPage> m_signIn;
     RootViewWidget* m_root = nullptr;

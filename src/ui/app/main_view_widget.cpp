@@ -2,9 +2,9 @@
 
 #include "conversation/chat_view.h"
 #include "localbuild/local_builds.h"
+#include "platform/notifier.h"
 #include "shell/build_notice.h"
 #include "sidebar.h"
-#include "ui/desktop/desktop_notifier.h"
 #include "worker_status_banner_widget.h"
 
 #include <QHBoxLayout>
@@ -14,7 +14,7 @@
 namespace brightloom::ui {
 
 MainViewWidget::MainViewWidget(MainView& model, WorkerStatusBanner& banner, LocalBuilds& local,
-                               Screens screens, DesktopNotifier* notifier, QWidget* parent)
+                               Screens screens, Notifier* notifier, QWidget* parent)
     : QWidget(parent), m_model(&model), m_local(local), m_screens(std::move(screens)), m_notifier(notifier)
 {
     auto* layout = new QHBoxLayout(this);

@@ -12,12 +12,12 @@ class QVBoxLayout;
 namespace brightloom {
 class ChatView;
 class LocalBuilds;
+class Notifier;
 class WorkerStatusBanner;
 } // namespace brightloom
 
 namespace brightloom::ui {
 
-class DesktopNotifier;
 class Sidebar;
 class WorkerStatusBannerWidget;
 
@@ -31,7 +31,7 @@ class MainViewWidget final : public QWidget
 
 public:
     MainViewWidget(MainView& model, WorkerStatusBanner& banner, LocalBuilds& local, Screens screens,
-                   DesktopNotifier* notifier, QWidget* parent = nullptr);
+                   Notifier* notifier, QWidget* parent = nullptr);
 
     MainView& model() const { return *m_model; }
     Sidebar* sidebar() const { return m_sidebar; }
@@ -47,7 +47,7 @@ private:
     MainView* m_model;
     LocalBuilds& m_local;
     Screens m_screens;
-    DesktopNotifier* m_notifier;
+    Notifier* m_notifier;
     Sidebar* m_sidebar;
     WorkerStatusBannerWidget* m_banner;
     QVBoxLayout* m_pane;

@@ -45,7 +45,7 @@ AuthViewWidget* signInScreen(API& api)
     return owning(new AuthViewWidget(*model), model);
 }
 
-MainViewWidget* mainScreen(API& api, LocalBuilds& local, Screens details, DesktopNotifier* notifier)
+MainViewWidget* mainScreen(API& api, LocalBuilds& local, Screens details, Notifier* notifier)
 {
     auto* model = new MainView(api);
     auto* banner = new WorkerStatusBanner(api);
@@ -92,7 +92,7 @@ ChatViewWidget* conversationScreen(API& api, LocalBuilds& local, IconLoader& ico
     return owning(new ChatViewWidget(*model, icons, desktop), model);
 }
 
-Screens shellScreens(API& api, LocalBuilds& local, DesktopNotifier* notifier, Screens details)
+Screens shellScreens(API& api, LocalBuilds& local, Notifier* notifier, Screens details)
 {
     Screens screens = details;
     screens.signIn = [&api]() -> QWidget* { return signInScreen(api); };
@@ -103,7 +103,7 @@ Screens shellScreens(API& api, LocalBuilds& local, DesktopNotifier* notifier, Sc
 }
 
 Screens windowScreens(API& api, LocalBuilds& local, IconLoader& icons, Desktop& desktop, Dialogs& dialogs,
-                      DesktopNotifier* notifier)
+                      Notifier* notifier)
 {
     Screens details;
     details.newProject = [&api, &local, &icons, &desktop, &dialogs](Screens::Open open) -> QWidget* {

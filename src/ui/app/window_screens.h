@@ -10,6 +10,7 @@ class Desktop;
 class Dialogs;
 class IconLoader;
 class LocalBuilds;
+class Notifier;
 struct LibraryApp;
 } // namespace brightloom
 
@@ -17,7 +18,6 @@ namespace brightloom::ui {
 
 class AuthViewWidget;
 class ChatViewWidget;
-class DesktopNotifier;
 class GalleryViewWidget;
 class LibraryDetailViewWidget;
 class LibraryViewWidget;
@@ -31,7 +31,7 @@ class RootViewWidget;
 RootViewWidget* rootScreen(API& api, Screens screens);
 AuthViewWidget* signInScreen(API& api);
 // The main screen, whose detail pane shows the screens of `details` (blank pages where it has none).
-MainViewWidget* mainScreen(API& api, LocalBuilds& local, Screens details, DesktopNotifier* notifier);
+MainViewWidget* mainScreen(API& api, LocalBuilds& local, Screens details, Notifier* notifier);
 NewProjectViewWidget* newProjectScreen(API& api, LocalBuilds& local, IconLoader& icons, Desktop& desktop,
                                        Dialogs& dialogs, Screens::Open open);
 GalleryViewWidget* galleryScreen(API& api, IconLoader& icons, Desktop& desktop, Screens::Open open);
@@ -44,9 +44,9 @@ ChatViewWidget* conversationScreen(API& api, LocalBuilds& local, IconLoader& ico
                                    const Project& project);
 
 // The sign-in and main screens, the main screen's detail pane showing the screens of `details`.
-Screens shellScreens(API& api, LocalBuilds& local, DesktopNotifier* notifier, Screens details = {});
+Screens shellScreens(API& api, LocalBuilds& local, Notifier* notifier, Screens details = {});
 // Every screen of the window over the shared objects.
 Screens windowScreens(API& api, LocalBuilds& local, IconLoader& icons, Desktop& desktop, Dialogs& dialogs,
-                      DesktopNotifier* notifier = nullptr);
+                      Notifier* notifier = nullptr);
 
 } // namespace brightloom::ui

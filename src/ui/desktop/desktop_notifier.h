@@ -1,19 +1,17 @@
 #pragma once
 
+#include "platform/notifier.h"
+
 #include <QDBusConnection>
-#include <QString>
 
 namespace brightloom::ui {
 
-// Shows desktop notifications through org.freedesktop.Notifications; without a notification
-// service nothing happens and nothing waits.
-class DesktopNotifier
+// Shows notifications through org.freedesktop.Notifications.
+class DesktopNotifier final : public Notifier
 {
 public:
     explicit DesktopNotifier(QDBusConnection bus = QDBusConnection::sessionBus()) : m_bus(std::move(bus)) {}
-    virtual ~DesktopNotifier() = default;
-
-    virtual void notify(const QString& title, const QString& body);
+    void notify(const QString& title, const QString& body) override;
 
 private:
     QDBusConnection m_bus;

@@ -1,4 +1,4 @@
-#include "localbuild/tool_paths.h"
+#include "platform/tool_paths.h"
 
 #include <gtest/gtest.h>
 #include <optional>
@@ -41,26 +41,25 @@ TEST(ToolPaths, EveryToolLivesInUsrBinByDefault)
 {
     ToolsDir unset{QByteArray()};
     for (const char* tool : tools)
-        EXPECT_EQ(LocalBuild::toolPath(QString::fromLatin1(tool)),
-                  QStringLiteral("/usr/bin/") + QLatin1String(tool));
+        EXPECT_EQ(toolPath(QString::fromLatin1(tool)), QStringLiteral("/usr/bin/") + QLatin1String(tool));
 }
 
 TEST(ToolPaths, ToolsDirReplacesTheFolder)
 {
     ToolsDir set("/opt/stand-ins");
     for (const char* tool : tools)
-        EXPECT_EQ(LocalBuild::toolPath(QString::fromLatin1(tool)),
+        EXPECT_EQ(toolPath(QString::fromLatin1(tool)),
                   QStringLiteral("/opt/stand-ins/") + QLatin1String(tool));
 }
 
 TEST(ToolPaths, TrailingSlashOfToolsDirIsNotDoubled)
 {
     ToolsDir set("/opt/stand-ins/");
-    EXPECT_EQ(LocalBuild::toolPath(QStringLiteral("git")), QStringLiteral("/opt/stand-ins/git"));
+    EXPECT_EQ(toolPath(QStringLiteral("git")), QStringLiteral("/opt/stand-ins/git"));
 }
 
 TEST(ToolPaths, EmptyToolsDirMeansTheDefault)
 {
     ToolsDir set("");
-    EXPECT_EQ(LocalBuild::toolPath(QStringLiteral("git")), QStringLiteral("/usr/bin/git"));
+    EXPECT_EQ(toolPath(QStringLiteral("git")), QStringLiteral("/usr/bin/git"));
 }

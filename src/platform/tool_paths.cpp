@@ -1,8 +1,8 @@
-#include "tool_paths.h"
+#include "platform/tool_paths.h"
 
 #include <QtGlobal>
 
-namespace brightloom::LocalBuild {
+namespace brightloom {
 
 QString toolPath(const QString& name)
 {
@@ -15,4 +15,4 @@ QString toolPath(const QString& name)
     return folder + QLatin1Char('/') + name;
 }
 
-} // namespace brightloom::LocalBuild
+} // namespace brightloom

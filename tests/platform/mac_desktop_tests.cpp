@@ -1,0 +1,86 @@
+#include "mac_desktop_log.h"
+#include "platform/desktop_road.h"
+#include "platform/mac_desktop.h"
+#include "qt_printers.h"
+#include "temp_home.h"
+
+#include <QDir>
+#include <QUrl>
+#include <gtest/gtest.h>
+
+using namespace brightloom;
+using namespace brightloom::test;
+
+namespace {
+
+struct MacDesktopTest : ::testing::Test
+{
+    TempHome home;
+    MacDesktopLog log{home, QStringLiteral(BRIGHTLOOM_STANDIN_TOOLS_DIR)};
+    MacDesktop desktop;
+};
+
+} // namespace
+
+TEST_F(MacDesktopTest, ShowInFinderRunsOpenWithTheSelectFlagAndTheFile)
+{
+    const QString file = home.downloadsFolder() + QStringLiteral("/Timer 1.0.dmg");
+    desktop.reveal(file);
+    const auto calls = log.waitForCalls(1);
+    ASSERT_EQ(calls.size(), 1);
+    EXPECT_EQ(calls[0], QStringList({QStringLiteral("-R"), file}));
+}
+
+TEST_F(MacDesktopTest, OpeningAFileRunsOpenWithItsPath)
+{
+    const QString app = home.path() + QStringLiteral("/Builds/Timer.app");
+    desktop.open(QUrl::fromLocalFile(app));
+    const auto calls = log.waitForCalls(1);
+    ASSERT_EQ(calls.size(), 1);
+    EXPECT_EQ(calls[0], QStringList(app));
+}
+
+TEST_F(MacDesktopTest, OpeningAWebPagePassesTheWholeEncodedAddress)
+{
+    desktop.open(QUrl(QStringLiteral("https://github.com/o/r?x=a b")));
+    const auto calls = log.waitForCalls(1);
+    ASSERT_EQ(calls.size(), 1);
+    EXPECT_EQ(calls[0], QStringList(QStringLiteral("https://github.com/o/r?x=a%20b")));
+}
+
+TEST_F(MacDesktopTest, FileNamedLikeAnOptionGoesToOpenAsAnAbsolutePath)
+{
+    const QString current = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(home.path()));
+    desktop.reveal(QStringLiteral("-a Terminal"));
+    QDir::setCurrent(current);
+    const auto calls = log.waitForCalls(1);
+    ASSERT_EQ(calls.size(), 1);
+    EXPECT_EQ(calls[0], QStringList({QStringLiteral("-R"), home.path() + QStringLiteral("/-a Terminal")}));
+}
+
+TEST_F(MacDesktopTest, AddressWithoutASchemeOrAnEmptyPathIsNotOpened)
+{
+    desktop.open(QUrl(QStringLiteral("-a")));
+    desktop.reveal(QString());
+    // A call made after them shows that they are behind it, and made nothing.
+    desktop.open(QUrl(QStringLiteral("https://example.test/")));
+    const auto calls = log.waitForCalls(1);
+    ASSERT_EQ(calls.size(), 1);
+    EXPECT_EQ(calls[0], QStringList(QStringLiteral("https://example.test/")));
+}
+
+TEST(DesktopRoadTest, EnvironmentChoosesTheRoadAndTheBuildSystemIsTheDefault)
+{
+    TempHome home;
+    home.setEnv("BRIGHTLOOM_DESKTOP", "mac");
+    EXPECT_EQ(desktopRoad(), DesktopRoad::mac);
+    home.setEnv("BRIGHTLOOM_DESKTOP", "freedesktop");
+    EXPECT_EQ(desktopRoad(), DesktopRoad::freedesktop);
+    home.setEnv("BRIGHTLOOM_DESKTOP", "");
+#ifdef Q_OS_MACOS
+    EXPECT_EQ(desktopRoad(), DesktopRoad::mac);
+#else
+    EXPECT_EQ(desktopRoad(), DesktopRoad::freedesktop);
+#endif
+}
