@@ -32,12 +32,6 @@ QString NewProjectView::foundDescription(const QString& toolchain)
 
 namespace {
 
-// Anything but "local" in the store counts as the default.
-QString storedLocation()
-{
-    return Settings::buildLocation() == NewProjectView::local ? NewProjectView::local : NewProjectView::cloud;
-}
-
 Alert localBuildAlert()
 {
     Alert alert;
@@ -53,6 +47,12 @@ Alert localBuildAlert()
 
 } // namespace
 
+QString NewProjectView::storedLocation()
+{
+    // Anything but "local" in the store counts as the default.
+    return Settings::buildLocation() == local ? local : cloud;
+}
+
 NewProjectView::NewProjectView(API& api, LocalBuilds& localBuilds, Dialogs& dialogs,
                                std::function<void(QString)> onCreated, QObject* parent)
     : QObject(parent), m_api(&api), m_localBuilds(&localBuilds), m_dialogs(dialogs),
@@ -63,6 +63,9 @@ NewProjectView::NewProjectView(API& api, LocalBuilds& localBuilds, Dialogs& dial
     connect(&localBuilds, &LocalBuilds::toolchainCheckedChanged, this,
             &NewProjectView::derivedMayHaveChanged);
     m_shownDescription = locationDescription();
+    // The Settings window chooses the same location.
+    connect(&Settings::changes(), &SettingsChanges::buildLocationChanged, this,
+            [this] { changeLocation(storedLocation()); });
 }
 
 NewProjectView::~NewProjectView() = default;

@@ -54,6 +54,9 @@ public:
     QString errorText() const { return m_error.value_or(QString()); }
     bool busy() const { return m_busy; }
 
+    // Where projects compile as the user's settings say: "local" or "cloud".
+    static QString storedLocation();
+
     const QString& location() const { return m_location; }
     // Chooses where projects compile and keeps the choice for later runs.
     void setLocation(const QString& location);

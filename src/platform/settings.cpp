@@ -26,7 +26,17 @@ std::optional<QString> Settings::buildLocation()
 
 void Settings::setBuildLocation(const QString& location)
 {
+    const bool changed = buildLocation() != location;
     store()->setValue(buildLocationKey, location);
+    if (changed)
+        Q_EMIT changes().buildLocationChanged();
+}
+
+SettingsChanges& Settings::changes()
+{
+    // Made on first use on the main thread, where the screens that listen live.
+    static SettingsChanges* const changes = new SettingsChanges;
+    return *changes;
 }
 
 bool Settings::localBuildAcknowledged()

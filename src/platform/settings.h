@@ -1,12 +1,23 @@
 #pragma once
 
 #include <QMap>
+#include <QObject>
 #include <QSettings>
 #include <QString>
 #include <memory>
 #include <optional>
 
 namespace brightloom {
+
+// Tells the screens of this process that a setting changed in it (the Settings window and the new
+// project screen show the same build location).
+class SettingsChanges final : public QObject
+{
+    Q_OBJECT
+
+Q_SIGNALS:
+    void buildLocationChanged();
+};
 
 // The user's settings, in the store every process of the client shares, read and written anew each
 // time so that a choice made by the command line counts in the window and the other way round.
@@ -21,6 +32,8 @@ public:
     // Where the new project screen builds: the stored text, or nothing when none is stored.
     static std::optional<QString> buildLocation();
     static void setBuildLocation(const QString& location);
+    // Where this process hears of changes it made.
+    static SettingsChanges& changes();
 
     // Whether the warning about compiling on this machine was accepted.
     static bool localBuildAcknowledged();

@@ -1,11 +1,16 @@
+#include "temp_home.h"
 #include "ui/app/palette.h"
 #include "ui/shared/accent.h"
 
+#include <QApplication>
 #include <QColor>
+#include <QStyle>
+#include <QStyleHints>
 #include <cmath>
 #include <gtest/gtest.h>
 
 using namespace brightloom;
+using namespace brightloom::test;
 using namespace brightloom::ui;
 
 namespace {
@@ -63,3 +68,62 @@ TEST(PaletteTest, DarkPaletteKeepsTextLinksAndSecondaryTextLegible)
     EXPECT_LT(dark.color(QPalette::Window).lightness(), 80);
     expectLegible(dark);
 }
+
+namespace {
+
+// Puts the application's style and palette back after a test that applies the desktop's.
+struct AppliedLook : ::testing::Test
+{
+    QString style = QApplication::style()->name();
+    QPalette palette = QApplication::palette();
+    TempHome home;
+
+    ~AppliedLook() override
+    {
+        QApplication::setStyle(style);
+        QApplication::setPalette(palette);
+    }
+
+    static QApplication& app() { return *static_cast<QApplication*>(QCoreApplication::instance()); }
+};
+
+} // namespace
+
+TEST_F(AppliedLook, MacKeepsThePlatformsOwnStyleAndPalette)
+{
+    home.setEnv("BRIGHTLOOM_DESKTOP", "mac");
+    home.setEnv("BRIGHTLOOM_APPEARANCE", "dark");
+    QApplication::setStyle(QStringLiteral("Windows"));
+    QPalette platform = QApplication::palette();
+    platform.setColor(QPalette::Window, QColor(1, 2, 3));
+    QApplication::setPalette(platform);
+    applyDesktopPalette(app());
+    EXPECT_EQ(QApplication::style()->name(), QStringLiteral("windows"));
+    EXPECT_EQ(QApplication::palette().color(QPalette::Window), QColor(1, 2, 3));
+}
+
+TEST_F(AppliedLook, ElsewhereTheWindowTakesFusionAndTheChosenPalette)
+{
+    home.setEnv("BRIGHTLOOM_DESKTOP", "freedesktop");
+    home.setEnv("BRIGHTLOOM_APPEARANCE", "dark");
+    QApplication::setStyle(QStringLiteral("Windows"));
+    applyDesktopPalette(app());
+    EXPECT_EQ(QApplication::style()->name(), QStringLiteral("fusion"));
+    EXPECT_EQ(QApplication::palette().color(QPalette::Window), darkPalette().color(QPalette::Window));
+}
+
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+TEST_F(AppliedLook, ColourSchemeChangeOfTheDesktopSwitchesThePalette)
+{
+    home.setEnv("BRIGHTLOOM_DESKTOP", "freedesktop");
+    home.setEnv("BRIGHTLOOM_APPEARANCE", "");
+    home.setEnv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    applyDesktopPalette(app());
+    Q_EMIT QGuiApplication::styleHints()->colorSchemeChanged(Qt::ColorScheme::Dark);
+    EXPECT_EQ(QApplication::palette().color(QPalette::Window), darkPalette().color(QPalette::Window));
+    Q_EMIT QGuiApplication::styleHints()->colorSchemeChanged(Qt::ColorScheme::Light);
+    EXPECT_EQ(QApplication::palette().color(QPalette::Window), lightPalette().color(QPalette::Window));
+    followColorScheme(app(), Qt::ColorScheme::Unknown);
+    EXPECT_EQ(QApplication::palette().color(QPalette::Window), lightPalette().color(QPalette::Window));
+}
+#endif

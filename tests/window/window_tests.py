@@ -104,6 +104,15 @@ class WindowTest(unittest.TestCase):
         ui.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Sign in")
         ui.gone(app, pyatspi.ROLE_LIST_ITEM, name="My apps")
 
+    def test_the_menu_bar_takes_the_window_to_my_apps(self):
+        self.start_window()
+        app = self.window()
+        self.sign_in_with_password(app)
+        bar = ui.find(app, pyatspi.ROLE_MENU_BAR, name="Menu bar")
+        ui.press(ui.find(bar, pyatspi.ROLE_MENU_ITEM, name="Window"))
+        ui.press(ui.find(app, pyatspi.ROLE_MENU_ITEM, name="My Apps"))
+        ui.find(app, pyatspi.ROLE_LABEL, name="Every app you have built, with all of its versions.")
+
     def test_the_road_from_a_description_to_a_downloaded_app_in_my_apps(self):
         self.start_window()
         app = self.window()

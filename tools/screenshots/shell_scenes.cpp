@@ -1,19 +1,25 @@
-// Scenes of the app as a whole: the sign-in screen and the main screen with its sidebar and the
-// worker banner.
+// Scenes of the app as a whole: the sign-in screen, the main screen with its menu bar and sidebar,
+// and the worker banner.
 
 #include "conversation/chat_view.h"
 #include "scene.h"
 #include "service/api.h"
 #include "shell/auth_view.h"
 #include "shell/main_view.h"
+#include "shell/settings_view.h"
 #include "shell/worker_status_banner.h"
+#include "ui/app/about_dialog.h"
+#include "ui/app/app_menus.h"
 #include "ui/app/auth_view_widget.h"
 #include "ui/app/main_view_widget.h"
+#include "ui/app/settings_window.h"
 #include "ui/app/window_screens.h"
 #include "ui/app/worker_status_banner_widget.h"
 #include "ui/conversation/chat_view_widget.h"
 
 #include <QLineEdit>
+#include <QMenuBar>
+#include <QVBoxLayout>
 
 namespace brightloom::screens {
 namespace {
@@ -55,13 +61,34 @@ QCoro::Task<QWidget*> mainScreen(SceneContext& context)
             break;
         }
     }
-    screen->resize(1100, 700);
-    screen->show();
+    // In a window as the program makes it: the menu bar above the screen.
+    auto* window = new QWidget;
+    auto* layout = new QVBoxLayout(window);
+    layout->setContentsMargins(0, 0, 0, 0);
+    auto* menus = new ui::AppMenus(*window);
+    layout->setMenuBar(menus->menuBar());
+    layout->addWidget(screen);
+    menus->showNavigation(screen->newAppAction(), screen->destinationActions());
+    window->resize(1100, 700);
+    window->show();
     co_await waitUntil([screen] {
         auto* chat = qobject_cast<ui::ChatViewWidget*>(screen->detail());
         return !chat || chat->chatView()->loaded();
     });
-    co_return screen;
+    co_return window;
+}
+
+QCoro::Task<QWidget*> settings(SceneContext& context)
+{
+    auto* model = new SettingsView(context.api, context.dialogs);
+    auto* window = new ui::SettingsWindow(*model);
+    model->setParent(window);
+    co_return window;
+}
+
+QCoro::Task<QWidget*> about(SceneContext&)
+{
+    co_return new ui::AboutDialog;
 }
 
 QCoro::Task<QWidget*> workerDelayed(SceneContext& context)
@@ -85,6 +112,8 @@ const SceneRegistration registered{
     {QStringLiteral("sign-in"), QSize(900, 600), signIn},
     {QStringLiteral("sign-in-error"), QSize(900, 640), signInError},
     {QStringLiteral("main"), QSize(1100, 700), mainScreen},
+    {QStringLiteral("settings"), QSize(480, 260), settings},
+    {QStringLiteral("about"), QSize(480, 480), about},
     {QStringLiteral("worker-delayed"), QSize(1100, 400), workerDelayed, workersBackOnTime},
 };
 

@@ -1,19 +1,26 @@
 #include "brightloom_app.h"
 
+#include "about_dialog.h"
+#include "app_menus.h"
 #include "browser_sign_in_page.h"
 #include "localbuild/local_builds.h"
+#include "main_view_widget.h"
 #include "platform/desktop.h"
 #include "platform/notifier.h"
 #include "root_view_widget.h"
 #include "service/api.h"
 #include "service/icon_loader.h"
+#include "settings_window.h"
+#include "shell/settings_view.h"
 #include "ui/desktop/desktop_services.h"
 #include "ui/desktop/single_instance.h"
 #include "ui/desktop/widget_dialogs.h"
 #include "ui/shared/logo_mark.h"
 #include "window_screens.h"
 
+#include <QCoreApplication>
 #include <QIcon>
+#include <QMenuBar>
 #include <QVBoxLayout>
 
 namespace brightloom::ui {
@@ -34,9 +41,16 @@ BrightloomApp::BrightloomApp(SingleInstance& instance, QObject* parent)
 
     auto* layout = new QVBoxLayout(m_window.get());
     layout->setContentsMargins(0, 0, 0, 0);
+    m_menus = new AppMenus(*m_window);
+    layout->setMenuBar(m_menus->menuBar());
+    connect(m_menus, &AppMenus::settingsRequested, this, [this] { showSettings(); });
+    connect(m_menus, &AppMenus::aboutRequested, this, [this] { showAbout(); });
+    connect(m_menus, &AppMenus::quitRequested, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
     m_root = rootScreen(*m_api,
                         windowScreens(*m_api, *m_local, *m_icons, *m_desktop, *m_dialogs, m_notifier.get()));
     layout->addWidget(m_root);
+    connect(m_root, &RootViewWidget::mainScreenMade, this, &BrightloomApp::offerNavigation);
+    offerNavigation(m_root->mainView());
     connect(&instance, &SingleInstance::raiseRequested, this, &BrightloomApp::raise);
 }
 
@@ -44,6 +58,35 @@ BrightloomApp::~BrightloomApp()
 {
     // The window's screens hold the client and the controller by reference: they go first.
     m_window.reset();
+}
+
+void BrightloomApp::offerNavigation(MainViewWidget* main)
+{
+    if (main)
+        m_menus->showNavigation(main->newAppAction(), main->destinationActions());
+}
+
+SettingsWindow& BrightloomApp::showSettings()
+{
+    if (!m_settings) {
+        auto* model = new SettingsView(*m_api, *m_dialogs);
+        m_settings = new SettingsWindow(*model, m_window.get());
+        model->setParent(m_settings);
+    }
+    m_settings->show();
+    m_settings->raise();
+    m_settings->activateWindow();
+    return *m_settings;
+}
+
+AboutDialog& BrightloomApp::showAbout()
+{
+    if (!m_about)
+        m_about = new AboutDialog(m_window.get());
+    m_about->show();
+    m_about->raise();
+    m_about->activateWindow();
+    return *m_about;
 }
 
 void BrightloomApp::raise()

@@ -16,8 +16,12 @@ class Notifier;
 
 namespace brightloom::ui {
 
+class AboutDialog;
+class AppMenus;
 class BrowserSignInPage;
+class MainViewWidget;
 class RootViewWidget;
+class SettingsWindow;
 class SingleInstance;
 class WidgetDialogs;
 
@@ -39,11 +43,18 @@ public:
     API& api() const { return *m_api; }
     LocalBuilds& local() const { return *m_local; }
     RootViewWidget& root() const { return *m_root; }
+    AppMenus& menus() const { return *m_menus; }
+
+    // The Settings… and About Brightloom windows, made when first asked for and then brought back.
+    SettingsWindow& showSettings();
+    AboutDialog& showAbout();
 
     // Brings the window to the front (a second start of the program asks for this).
     void raise();
 
 private:
+    void offerNavigation(MainViewWidget* main);
+
     std::unique_ptr<API> m_api;
     std::unique_ptr<LocalBuilds> m_local;
     std::unique_ptr<IconLoader> m_icons;
@@ -53,6 +64,9 @@ private:
     std::unique_ptr<QWidget> m_window;
     std::unique_ptr<BrowserSignInPage> m_signIn;
     RootViewWidget* m_root = nullptr;
+    AppMenus* m_menus = nullptr;
+    QPointer<SettingsWindow> m_settings;
+    QPointer<AboutDialog> m_about;
 };
 
 } // namespace brightloom::ui

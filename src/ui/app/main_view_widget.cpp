@@ -7,8 +7,8 @@
 #include "sidebar.h"
 #include "worker_status_banner_widget.h"
 
+#include <QAction>
 #include <QHBoxLayout>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace brightloom::ui {
@@ -32,22 +32,51 @@ MainViewWidget::MainViewWidget(MainView& model, WorkerStatusBanner& banner, Loca
     right->addLayout(m_pane, 1);
     layout->addLayout(right, 1);
 
-    // Keyboard: Ctrl+N a new app, Ctrl+Shift+A the library, Ctrl+1 to Ctrl+9 the first nine projects.
-    auto* newApp = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_N), this);
-    connect(newApp, &QShortcut::activated, m_model, [this] { m_model->select(MainView::newSelection); });
-    auto* library = new QShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A), this);
-    connect(library, &QShortcut::activated, m_model, [this] { m_model->select(MainView::librarySelection); });
+    makeNavigation();
+
+    connect(m_model, &MainView::detailChanged, this, &MainViewWidget::showDetail);
+    showDetail();
+}
+
+void MainViewWidget::makeNavigation()
+{
+    // Ctrl+N (Cmd+N on a Mac) a new app, Ctrl+Shift+A the library, Ctrl+1 to Ctrl+9 the first nine
+    // projects. The window's menus list the same actions.
+    m_newApp = new QAction(QStringLiteral("New App"), this);
+    m_newApp->setShortcut(QKeySequence::New);
+    connect(m_newApp, &QAction::triggered, m_model, [this] { m_model->select(MainView::newSelection); });
+    auto* library = new QAction(QStringLiteral("My Apps"), this);
+    library->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A));
+    connect(library, &QAction::triggered, m_model, [this] { m_model->select(MainView::librarySelection); });
+    m_destinations = {library};
     for (int n = 1; n <= 9; ++n) {
-        auto* project = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_0 + n)), this);
-        connect(project, &QShortcut::activated, m_model, [this, n] {
+        auto* project = new QAction(this);
+        project->setShortcut(QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_0 + n)));
+        connect(project, &QAction::triggered, m_model, [this, n] {
             const QList<Project>& projects = m_model->projects();
             if (n <= projects.size())
                 m_model->select(projects.at(n - 1).id);
         });
+        m_destinations.append(project);
     }
+    addAction(m_newApp);
+    addActions(m_destinations);
+    connect(m_model, &MainView::projectsChanged, this, &MainViewWidget::nameProjectActions);
+    nameProjectActions();
+}
 
-    connect(m_model, &MainView::detailChanged, this, &MainViewWidget::showDetail);
-    showDetail();
+void MainViewWidget::nameProjectActions()
+{
+    const QList<Project>& projects = m_model->projects();
+    for (int n = 1; n < m_destinations.size(); ++n) {
+        QAction* action = m_destinations.at(n);
+        const bool exists = n <= projects.size();
+        // A project's name is the service's text: an "&" in it is a letter, not a mnemonic.
+        action->setText(exists
+                            ? QString(projects.at(n - 1).name).replace(QLatin1Char('&'), QStringLiteral("&&"))
+                            : QString());
+        action->setVisible(exists);
+    }
 }
 
 void MainViewWidget::showDetail()

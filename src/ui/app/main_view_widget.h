@@ -7,6 +7,7 @@
 #include <QWidget>
 #include <optional>
 
+class QAction;
 class QVBoxLayout;
 
 namespace brightloom {
@@ -38,8 +39,14 @@ public:
     WorkerStatusBannerWidget* banner() const { return m_banner; }
     // The screen in the detail pane.
     QWidget* detail() const { return m_detail; }
+    // The keyboard's and the menus' roads: "New App", and "My Apps" followed by the first nine
+    // projects (those without a project are hidden).
+    QAction* newAppAction() const { return m_newApp; }
+    const QList<QAction*>& destinationActions() const { return m_destinations; }
 
 private:
+    void makeNavigation();
+    void nameProjectActions();
     void showDetail();
     void watchConversation(ChatView* chat, const Project& project);
     void notify(const QString& title, const QString& body);
@@ -52,6 +59,8 @@ private:
     WorkerStatusBannerWidget* m_banner;
     QVBoxLayout* m_pane;
     QPointer<QWidget> m_detail;
+    QAction* m_newApp = nullptr;
+    QList<QAction*> m_destinations;
 };
 
 } // namespace brightloom::ui

@@ -1,5 +1,7 @@
 #include "palette.h"
 
+#include "platform/desktop_road.h"
+
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -7,6 +9,7 @@
 #include <QDBusVariant>
 #include <QStyle>
 #include <QStyleFactory>
+#include <QStyleHints>
 
 namespace brightloom::ui {
 
@@ -55,6 +58,12 @@ QPalette darkPalette()
 
 bool desktopPrefersDark()
 {
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+    // Qt 6.5 reads the desktop's colour scheme itself; before, or when it cannot tell, ask the portal.
+    const Qt::ColorScheme scheme = QGuiApplication::styleHints()->colorScheme();
+    if (scheme != Qt::ColorScheme::Unknown)
+        return scheme == Qt::ColorScheme::Dark;
+#endif
     // org.freedesktop.appearance color-scheme: 1 asks for dark, 2 for light, 0 leaves it open.
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (bus.isConnected()) {
@@ -111,14 +120,33 @@ private:
 
 void applyDesktopPalette(QApplication& app)
 {
+    // A Mac keeps its own style and palette, which follow the system's appearance by themselves.
+    if (desktopRoad() == DesktopRoad::mac)
+        return;
     // BRIGHTLOOM_APPEARANCE ("light" or "dark") overrides the desktop, for screenshots and tests.
     const QByteArray choice = qgetenv("BRIGHTLOOM_APPEARANCE");
     const bool dark = choice == "dark" || (choice != "light" && desktopPrefersDark());
     app.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     app.setPalette(dark ? darkPalette() : lightPalette());
-    if (choice.isEmpty() && QDBusConnection::sessionBus().isConnected())
+    if (!choice.isEmpty())
+        return;
+    if (QDBusConnection::sessionBus().isConnected())
         new AppearanceWatcher(app);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+    // Qt 6.5 added the colour scheme to the style hints, with a signal when the desktop changes it.
+    QObject::connect(QGuiApplication::styleHints(), &QStyleHints::colorSchemeChanged, &app,
+                     [&app](Qt::ColorScheme scheme) { followColorScheme(app, scheme); });
+#endif
 }
+
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+void followColorScheme(QApplication& app, Qt::ColorScheme scheme)
+{
+    if (scheme == Qt::ColorScheme::Unknown)
+        return;
+    app.setPalette(scheme == Qt::ColorScheme::Dark ? darkPalette() : lightPalette());
+}
+#endif
 
 } // namespace brightloom::ui
 

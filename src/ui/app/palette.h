@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QPalette>
+#include <QtGlobal>
 
 class QApplication;
 
@@ -15,8 +16,13 @@ QPalette darkPalette();
 // portal answers it, else how dark the platform's own window colour is.
 bool desktopPrefersDark();
 
-// Gives the application the palette that suits the desktop, and follows the desktop when its
-// preference changes while the program runs.
+// Gives the application Fusion and the palette that suits the desktop, and follows the desktop when
+// its preference changes while the program runs. On a Mac the platform's own style and palette stay.
 void applyDesktopPalette(QApplication& app);
+
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+// Takes the palette of a colour scheme the desktop announced; an unknown one changes nothing.
+void followColorScheme(QApplication& app, Qt::ColorScheme scheme);
+#endif
 
 } // namespace brightloom::ui

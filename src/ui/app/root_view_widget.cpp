@@ -67,6 +67,8 @@ void RootViewWidget::showScreen()
         if (!m_main) {
             m_main = m_screens.main ? m_screens.main() : new QWidget;
             m_stack->addWidget(m_main);
+            if (MainViewWidget* main = mainView())
+                Q_EMIT mainScreenMade(main);
         }
         m_stack->setCurrentWidget(m_main);
         break;

@@ -33,6 +33,10 @@ public:
     AuthViewWidget* authView() const;
     MainViewWidget* mainView() const;
 
+Q_SIGNALS:
+    // The main screen was made (after signing in), and is about to be shown.
+    void mainScreenMade(brightloom::ui::MainViewWidget* main);
+
 protected:
     void showEvent(QShowEvent* event) override;
 

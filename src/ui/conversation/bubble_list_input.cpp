@@ -159,6 +159,19 @@ void BubbleListView::autoScroll()
     selectionMoved(m_selection.set(m_selection.anchor(), pointAt(m_dragPoint)));
 }
 
+bool BubbleListView::event(QEvent* event)
+{
+    // Copy and Select All are this list's own while it has the focus, before the Edit menu's.
+    if (event->type() == QEvent::ShortcutOverride) {
+        auto* key = static_cast<QKeyEvent*>(event);
+        if (key == QKeySequence::Copy || key == QKeySequence::SelectAll) {
+            event->accept();
+            return true;
+        }
+    }
+    return QAbstractScrollArea::event(event);
+}
+
 void BubbleListView::keyPressEvent(QKeyEvent* event)
 {
     QScrollBar* bar = verticalScrollBar();

@@ -73,10 +73,11 @@ public:
     QString selectedText() const;
     TextPoint selectionStart() const { return m_selection.start(); }
     TextPoint selectionEnd() const { return m_selection.end(); }
-    void selectAll();
+    Q_INVOKABLE void selectAll();
     void clearSelection();
-    // Puts the selected text on the clipboard.
-    void copy() const;
+    // Puts the selected text on the clipboard. Both are invokable by name, as the Edit menu reaches
+    // the widget that has the focus.
+    Q_INVOKABLE void copy() const;
 
     // Paint passes of the viewport so far.
     int framesPainted() const { return m_framesPainted; }
@@ -93,6 +94,7 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
+    bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
