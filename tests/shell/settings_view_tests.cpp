@@ -2,12 +2,11 @@
 #include "localbuild/local_builds.h"
 #include "platform/settings.h"
 #include "qt_printers.h"
-#include "recording_server.h"
 #include "scripted_dialogs.h"
 #include "service/api.h"
 #include "shell/settings_view.h"
+#include "signed_in_client.h"
 #include "task_runner.h"
-#include "temp_home.h"
 
 #include <QSignalSpy>
 #include <gtest/gtest.h>
@@ -20,27 +19,19 @@ namespace {
 // The Settings window's model over a signed-in client, in a home of its own.
 struct SettingsViewTest : ::testing::Test
 {
-    TempHome home;
-    RecordingServer server;
-    std::unique_ptr<API> api;
+    SignedInClient client;
+    API& api = *client.api;
+    RecordingServer& server = client.server;
     ScriptedDialogs dialogs;
 
-    void SetUp() override
-    {
-        home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
-        server.on(QStringLiteral("GET /api/projects"), ScriptedReply::json(200, R"({"projects":[]})"));
-        server.on(QStringLiteral("POST /api/auth/sign-in/email"), ScriptedReply::json(200, R"({"user":{}})"));
-        server.on(QStringLiteral("POST /api/auth/sign-out"), ScriptedReply::json(200, "{}"));
-        api = std::make_unique<API>();
-        ASSERT_TRUE(run(api->signIn(QStringLiteral("a@b.c"), QStringLiteral("pw"))).ok());
-    }
+    void SetUp() override { ASSERT_TRUE(client.signedIn()); }
 };
 
 } // namespace
 
 TEST_F(SettingsViewTest, LocationIsTheStoredBuildLocationWithTheCloudByDefault)
 {
-    SettingsView settings(*api, dialogs);
+    SettingsView settings(api, dialogs);
     EXPECT_EQ(settings.location(), NewProjectView::cloud);
     Settings::setBuildLocation(QStringLiteral("somewhere"));
     EXPECT_EQ(settings.location(), NewProjectView::cloud);
@@ -51,8 +42,8 @@ TEST_F(SettingsViewTest, LocationIsTheStoredBuildLocationWithTheCloudByDefault)
 TEST_F(SettingsViewTest, ChoosingALocationKeepsItAndTheOpenNewProjectScreenFollows)
 {
     LocalBuilds local;
-    NewProjectView screen(*api, local, dialogs, [](const QString&) {});
-    SettingsView settings(*api, dialogs);
+    NewProjectView screen(api, local, dialogs, [](const QString&) {});
+    SettingsView settings(api, dialogs);
     QSignalSpy changed(&settings, &SettingsView::locationChanged);
     settings.setLocation(NewProjectView::local);
     EXPECT_EQ(Settings::buildLocation(), NewProjectView::local);
@@ -69,7 +60,7 @@ TEST_F(SettingsViewTest, ChoosingALocationKeepsItAndTheOpenNewProjectScreenFollo
 
 TEST_F(SettingsViewTest, SignOutAsksFirstAndCancellingKeepsTheSession)
 {
-    SettingsView settings(*api, dialogs);
+    SettingsView settings(api, dialogs);
     dialogs.pressNext(QStringLiteral("Cancel"));
     EXPECT_FALSE(settings.signOut());
     ASSERT_EQ(dialogs.shown().size(), 1);
@@ -77,13 +68,13 @@ TEST_F(SettingsViewTest, SignOutAsksFirstAndCancellingKeepsTheSession)
     EXPECT_EQ(dialogs.shown().front().message, QStringLiteral("Sign out of Brightloom?"));
     dialogs.closeNext();
     EXPECT_FALSE(settings.signOut());
-    EXPECT_TRUE(api->signedIn());
+    EXPECT_TRUE(api.signedIn());
     EXPECT_TRUE(server.requestsTo(QStringLiteral("/api/auth/sign-out")).isEmpty());
 }
 
 TEST_F(SettingsViewTest, SignOutAgreedEndsTheSession)
 {
-    SettingsView settings(*api, dialogs);
+    SettingsView settings(api, dialogs);
     QSignalSpy signedIn(&settings, &SettingsView::signedInChanged);
     dialogs.pressNext(QStringLiteral("Sign Out"));
     EXPECT_TRUE(settings.signOut());
@@ -94,8 +85,8 @@ TEST_F(SettingsViewTest, SignOutAgreedEndsTheSession)
 
 TEST_F(SettingsViewTest, SignOutWhileSignedOutAsksNothing)
 {
-    ASSERT_TRUE(run(api->signOut()).ok());
-    SettingsView settings(*api, dialogs);
+    ASSERT_TRUE(run(api.signOut()).ok());
+    SettingsView settings(api, dialogs);
     EXPECT_FALSE(settings.signedIn());
     EXPECT_FALSE(settings.signOut());
     EXPECT_TRUE(dialogs.shown().isEmpty());

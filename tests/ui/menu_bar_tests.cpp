@@ -5,6 +5,7 @@
 #include "service/api.h"
 #include "shell/main_view.h"
 #include "shell/settings_view.h"
+#include "signed_in_client.h"
 #include "task_runner.h"
 #include "temp_home.h"
 #include "ui/app/about_dialog.h"
@@ -216,35 +217,27 @@ TEST_F(MenuBarTest, AboutShowsTheVersionAndTheLicencesOfTheShippedLibraries)
 // The Settings window alone, over scripted answers.
 struct SettingsWindowTest : ::testing::Test
 {
-    TempHome home;
-    RecordingServer server;
-    std::unique_ptr<API> api;
+    SignedInClient client;
+    API& api = *client.api;
+    RecordingServer& server = client.server;
     ScriptedDialogs dialogs;
 
-    void SetUp() override
-    {
-        home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
-        server.on(QStringLiteral("GET /api/projects"), ScriptedReply::json(200, R"({"projects":[]})"));
-        server.on(QStringLiteral("POST /api/auth/sign-in/email"), ScriptedReply::json(200, R"({"user":{}})"));
-        server.on(QStringLiteral("POST /api/auth/sign-out"), ScriptedReply::json(200, "{}"));
-        api = std::make_unique<API>();
-        ASSERT_TRUE(run(api->signIn(QStringLiteral("a@b.c"), QStringLiteral("pw"))).ok());
-    }
+    void SetUp() override { ASSERT_TRUE(client.signedIn()); }
 };
 
 TEST_F(SettingsWindowTest, SignOutAsksFirstAndOnlyAYesEndsTheSessionAndClosesTheWindow)
 {
-    SettingsView model(*api, dialogs);
+    SettingsView model(api, dialogs);
     SettingsWindow window(model);
     window.show();
     dialogs.pressNext(QStringLiteral("Cancel"));
     QTest::mouseClick(window.signOutButton(), Qt::LeftButton);
     EXPECT_EQ(dialogs.shown().size(), 1);
-    EXPECT_TRUE(api->signedIn());
+    EXPECT_TRUE(api.signedIn());
     EXPECT_TRUE(window.isVisible());
     dialogs.pressNext(QStringLiteral("Sign Out"));
     QTest::mouseClick(window.signOutButton(), Qt::LeftButton);
     EXPECT_FALSE(window.isVisible());
-    ASSERT_TRUE(spinUntil([&] { return !api->signedIn(); }));
+    ASSERT_TRUE(spinUntil([&] { return !api.signedIn(); }));
     EXPECT_FALSE(window.signOutButton()->isEnabled());
 }
