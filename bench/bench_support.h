@@ -12,10 +12,10 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
-#include <sys/resource.h>
 #include <optional>
 #include <qcoro/qcorotask.h>
 #include <string>
+#include <sys/resource.h>
 #include <vector>
 
 namespace brightloom::bench {

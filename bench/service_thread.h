@@ -62,7 +62,10 @@ public:
     ServiceThread(const ServiceThread&) = delete;
     ServiceThread& operator=(const ServiceThread&) = delete;
 
-    QUrl baseUrl() const { return m_base; }
+    QUrl baseUrl() const
+    {
+        return m_base;
+    }
 
     // Runs `change` on the service's thread and waits for it.
     void call(const std::function<void(test::RecordingServer&)>& change)

@@ -13,7 +13,7 @@ namespace brightloom::devserver {
 QDateTime utcTime(qint64 ms)
 {
 #if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
-    // Qt 6.5 gave QTimeZone a plain UTC and deprecated the overloads that take a time spec; a time
+    // Qt 6.5 gave QTimeZone a plain UTC and deprecated the overloads taking a Qt::TimeSpec; a
     // zone named "UTC" would read "+00:00" where the service writes "Z".
     return QDateTime::fromMSecsSinceEpoch(ms, QTimeZone::UTC);
 #else

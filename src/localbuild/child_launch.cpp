@@ -11,7 +11,7 @@
 #include <unistd.h>
 #include <vector>
 
-#if BRIGHTLOOM_LINUX_CALLS
+#if defined(__linux__) && !BRIGHTLOOM_PORTABLE_POSIX
 #include <linux/close_range.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -50,7 +50,7 @@ bool placeAt(int from, int to)
 // They are marked rather than closed, so that a failed exec can still be told apart from a start.
 void closeOthersAtExec()
 {
-#if BRIGHTLOOM_LINUX_CALLS
+#if defined(__linux__) && !BRIGHTLOOM_PORTABLE_POSIX
     if (::syscall(SYS_close_range, 3U, ~0U, CLOSE_RANGE_CLOEXEC) == 0)
         return;
 #endif
@@ -85,7 +85,7 @@ void closeOthersAtExec()
     }
     // A group of its own, which the runner ends with everything the tool started in it.
     ::setpgid(0, 0);
-#if BRIGHTLOOM_LINUX_CALLS
+#if defined(__linux__) && !BRIGHTLOOM_PORTABLE_POSIX
     // And SIGTERM when the client dies, however it dies. Elsewhere the client ends the groups of the
     // tools still running when it ends; a client killed outright leaves them.
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);

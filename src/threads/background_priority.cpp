@@ -5,7 +5,7 @@
 #include <QCoreApplication>
 #include <QThread>
 
-#if BRIGHTLOOM_LINUX_CALLS
+#if defined(__linux__) && !BRIGHTLOOM_PORTABLE_POSIX
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -24,7 +24,7 @@ void yieldToMainThread()
     // The main thread itself never lowers itself, whoever calls this from it.
     if (QCoreApplication::instance() && QThread::currentThread() == QCoreApplication::instance()->thread())
         return;
-#if BRIGHTLOOM_LINUX_CALLS
+#if defined(__linux__) && !BRIGHTLOOM_PORTABLE_POSIX
     // Niceness is a thread's own on Linux: this leaves the rest of the process as it is. Five steps
     // give the main thread about three times a worker's share of a busy processor, and leave
     // background work well ahead of other programs' idle-priority tasks.
@@ -34,8 +34,9 @@ void yieldToMainThread()
     ::setpriority(PRIO_PROCESS, thread, current + workerNiceness);
 #elif defined(Q_OS_MACOS)
     pthread_set_qos_class_self_np(QOS_CLASS_UTILITY, 0);
+#else
+        // POSIX has no priority of a thread's own: the thread keeps the process's.
 #endif
-    // Elsewhere POSIX has no priority of a thread's own: the thread keeps the process's.
 }
 
 } // namespace brightloom
