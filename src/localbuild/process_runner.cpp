@@ -26,7 +26,7 @@
 #include <qcoro/qcorofuture.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#if BRIGHTLOOM_LINUX_CALLS
+#if defined(__linux__) && !BRIGHTLOOM_PORTABLE_POSIX
 #include <sys/syscall.h>
 #endif
 
@@ -211,7 +211,7 @@ void observe(const OutputObserver& onOutput, QByteArrayView chunk)
 // run asks waitpid now and then.
 int openPidfd(pid_t pid)
 {
-#if BRIGHTLOOM_LINUX_CALLS && defined(SYS_pidfd_open)
+#if defined(__linux__) && !BRIGHTLOOM_PORTABLE_POSIX && defined(SYS_pidfd_open)
     return int(::syscall(SYS_pidfd_open, pid, 0));
 #else
     Q_UNUSED(pid);
@@ -222,11 +222,12 @@ int openPidfd(pid_t pid)
 // One pipe whose ends close at exec.
 bool makePipe(int fds[2])
 {
-#if BRIGHTLOOM_LINUX_CALLS
+#if defined(__linux__) && !BRIGHTLOOM_PORTABLE_POSIX
     return ::pipe2(fds, O_CLOEXEC) == 0;
 #else
-    // No other thread's child can inherit the ends in between: every child marks all its
-    // descriptors from 3 up close-on-exec before exec.
+    // A tool this runner starts on another thread cannot inherit the ends in between: its child
+    // marks every descriptor from 3 up close-on-exec before exec. Children started otherwise (the
+    // desktop's helpers, through QProcess) are not covered, and only ever run briefly.
     if (::pipe(fds) != 0)
         return false;
     ::fcntl(fds[0], F_SETFD, FD_CLOEXEC);
@@ -311,10 +312,12 @@ public:
     // Asks the tool and everything it started in its group to terminate.
     void terminate() { ::kill(-m_pid, SIGTERM); }
 
-    // Ends what is left of the group, then waits for the child: its status.
+    // Ends what is left of the group, then waits for the child: its status. The group leaves the
+    // live list before the child is reaped, since its id is free for reuse from then on.
     qint32 finish()
     {
         terminate();
+        LiveGroups::instance().remove(m_pid);
         int status = 0;
         pid_t r;
         do {
@@ -358,7 +361,7 @@ Output runBlocking(const Job& job)
     Descriptor null(aboveStandard(::open("/dev/null", O_RDONLY | O_CLOEXEC)));
     if (reader.get() < 0 || writer.get() < 0 || null.get() < 0)
         return failedToStart(job.executable, systemError(errno));
-#if BRIGHTLOOM_LINUX_CALLS && defined(F_SETPIPE_SZ)
+#if defined(__linux__) && !BRIGHTLOOM_PORTABLE_POSIX && defined(F_SETPIPE_SZ)
     // A larger pipe means fewer wake-ups for a talkative child; the default still works.
     ::fcntl(writer.get(), F_SETPIPE_SZ, int(chunkSize));
 #endif
@@ -412,14 +415,10 @@ Output runBlocking(const Job& job)
             continue; // the pipe may hold its last output
         }
         if (cancellation && !cancelSeen && cancellation->cancelled()) {
-            // As at the time limit: the group is asked once, and the run ends with what came.
+            // Cancelling is the time limit come early: the group is asked once, and the run ends
+            // with what came once the tool has exited, whatever still holds the pipe.
             cancelSeen = true;
-            if (!signalled) {
-                child.terminate();
-                signalled = true;
-            }
-            if (exited)
-                break;
+            deadline = Clock::now();
             continue;
         }
 
