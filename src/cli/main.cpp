@@ -135,6 +135,8 @@ int main(int argc, char** argv)
     brightloom::quitOnTerminationSignals(*app, brightloom::SignalStatus::shellConvention);
     QTimer::singleShot(0, app.get(), [words] { brightloom::cli::runCommand(words); });
     const int status = app->exec();
-    app.reset(); // the command saved what it changed and destroyed what it made before the loop ended
+    // The command saved what it changed and destroyed what it made before the loop ended, unless a
+    // signal ended the loop: then endProcess's hooks end the build tools it left running.
+    app.reset();
     brightloom::endProcess(status);
 }

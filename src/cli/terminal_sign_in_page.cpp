@@ -2,9 +2,9 @@
 
 #include "console.h"
 #include "platform/desktop_road.h"
+#include "platform/detached_start.h"
 #include "platform/mac_desktop.h"
 
-#include <QProcess>
 #include <QStandardPaths>
 #include <QtConcurrent/QtConcurrentRun>
 #include <iostream>
@@ -27,13 +27,7 @@ void openInBrowser(const QUrl& page)
     const QString opener = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
     if (opener.isEmpty())
         return;
-    QProcess process;
-    process.setProgram(opener);
-    process.setArguments(QStringList(page.toString(QUrl::FullyEncoded)));
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    process.startDetached();
+    startDetachedQuietly(opener, QStringList(page.toString(QUrl::FullyEncoded)));
 }
 
 std::optional<QString> readLine()

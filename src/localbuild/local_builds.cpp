@@ -47,21 +47,13 @@ QString describe(const std::exception_ptr& error)
 
 } // namespace
 
-namespace {
+LocalBuilds::LocalBuilds(QObject* parent) : LocalBuilds(std::make_shared<LocalBuild::Cancellation>(), parent)
+{}
 
-LocalBuild::Limits endedBy(std::shared_ptr<LocalBuild::Cancellation> cancellation)
+LocalBuilds::LocalBuilds(std::shared_ptr<LocalBuild::Cancellation> cancellation, QObject* parent)
+    : LocalBuilds(LocalPipeline::standard(LocalBuild::Limits{.cancellation = cancellation}), parent)
 {
-    LocalBuild::Limits limits;
-    limits.cancellation = std::move(cancellation);
-    return limits;
-}
-
-} // namespace
-
-LocalBuilds::LocalBuilds(QObject* parent) : LocalBuilds(LocalPipeline(), parent)
-{
-    m_cancellation = std::make_shared<LocalBuild::Cancellation>();
-    m_pipeline = LocalPipeline::standard(endedBy(m_cancellation));
+    m_cancellation = std::move(cancellation);
 }
 
 LocalBuilds::LocalBuilds(LocalPipeline pipeline, QObject* parent)
@@ -101,7 +93,7 @@ void LocalBuilds::setToolchainChecked(bool checked)
 
 void LocalBuilds::handle(const QString& project, const Job& job, int fixesSoFar, API& api)
 {
-    if (!(job.status == JobStatus::ready) || !job.isSourceBuild() || !job.sourceUrl)
+    if (job.status != JobStatus::ready || !job.isSourceBuild() || !job.sourceUrl)
         return;
     if (m_states.contains(job.id) || m_running.contains(job.id))
         return;

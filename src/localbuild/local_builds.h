@@ -67,6 +67,8 @@ Q_SIGNALS:
     void finished(const QString& job);
 
 private:
+    // The standard steps, whose tools `cancellation` ends.
+    LocalBuilds(std::shared_ptr<LocalBuild::Cancellation> cancellation, QObject* parent);
     QCoro::Task<> build(QString project, Job job, QString sourceUrl, int fixesSoFar, QPointer<API> api);
     LocalPipeline::Log appender(const QString& job);
     struct PendingOutput;

@@ -2,6 +2,9 @@
 
 #include "platform/desktop.h"
 
+#include <QStringList>
+#include <functional>
+
 namespace brightloom {
 
 // The Mac's desktop through its "open" tool (found like the developer tools, so a stand-in can take
@@ -10,8 +13,17 @@ namespace brightloom {
 class MacDesktop final : public Desktop
 {
 public:
+    // Starts "open" with the arguments given.
+    using Launch = std::function<void(const QStringList& arguments)>;
+
+    // `launch` takes the place of starting the tool, for tests that record what would run.
+    explicit MacDesktop(Launch launch = {});
+
     void open(const QUrl& url) override;
     void reveal(const QString& path) override;
+
+private:
+    Launch m_launch;
 };
 
 } // namespace brightloom

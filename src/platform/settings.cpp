@@ -26,8 +26,10 @@ std::optional<QString> Settings::buildLocation()
 
 void Settings::setBuildLocation(const QString& location)
 {
-    const bool changed = buildLocation() != location;
-    store()->setValue(buildLocationKey, location);
+    const auto settings = store();
+    const QVariant old = settings->value(buildLocationKey);
+    const bool changed = !old.isValid() || old.toString() != location;
+    settings->setValue(buildLocationKey, location);
     if (changed)
         Q_EMIT changes().buildLocationChanged();
 }

@@ -33,7 +33,6 @@ public:
     explicit IconLoader(const QString& cacheFolder = defaultCacheFolder(), QObject* parent = nullptr);
     ~IconLoader() override;
 
-    // The "icons" folder of the user's cache location.
     // "Brightloom/icons" in the user's cache folder (~/.cache here).
     static QString defaultCacheFolder();
     // Where earlier versions kept it, in a folder named twice (~/.cache/Brightloom/Brightloom/icons):

@@ -70,8 +70,6 @@ public:
     ScreenAction& operator=(const ScreenAction&) = delete;
 
     bool screenAlive() const { return !m_screen.isNull(); }
-    // The text of the last failure, when the last attempt failed.
-    const std::optional<QString>& failure() const { return m_failure; }
 
     // Awaits `call`: its value, or nothing when it failed (the error line then says why) or when the
     // screen went meanwhile.
@@ -103,7 +101,6 @@ public:
 private:
     void fail(QString text)
     {
-        m_failure = text;
         if (m_screen && m_error)
             m_error(std::move(text));
     }
@@ -111,7 +108,6 @@ private:
     QPointer<QObject> m_screen;
     Busy m_busy;
     Error m_error;
-    std::optional<QString> m_failure;
 };
 
 } // namespace brightloom

@@ -10,7 +10,7 @@ std::optional<BuildNotice> BuildNotice::forJob(const QString& projectName, const
         return std::nullopt;
     if (after->status == JobStatus::failed)
         return BuildNotice{projectName, QStringLiteral("The build failed.")};
-    if (!(after->status == JobStatus::ready))
+    if (after->status != JobStatus::ready)
         return std::nullopt;
     // The source of a build on this machine is only the start; its own notice comes when it ends.
     if (after->isSourceBuild())

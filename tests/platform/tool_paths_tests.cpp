@@ -32,8 +32,8 @@ private:
     std::optional<QByteArray> m_old;
 };
 
-const char* const tools[] = {"xcrun", "codesign",          "sips", "iconutil", "file",
-                             "ditto", "install_name_tool", "git"};
+const char* const tools[] = {"xcrun", "codesign",          "sips", "iconutil",
+                             "file",  "install_name_tool", "git",  "open"};
 
 } // namespace
 
