@@ -68,6 +68,8 @@ TEST_F(SettingsViewTest, SignOutAsksFirstAndCancellingKeepsTheSession)
     EXPECT_EQ(dialogs.shown().front().message, QStringLiteral("Sign out of Brightloom?"));
     dialogs.closeNext();
     EXPECT_FALSE(settings.signOut());
+    // A call made after the answers reaches the service after anything they sent.
+    ASSERT_TRUE(run(api.loadProjects()).ok());
     EXPECT_TRUE(api.signedIn());
     EXPECT_TRUE(server.requestsTo(QStringLiteral("/api/auth/sign-out")).isEmpty());
 }

@@ -40,7 +40,7 @@ TEST(DesktopServicesTest, MacRoadNotifiesThroughTheTrayAndWithoutATrayShowsNothi
     // The offscreen platform has no tray: the notice is dropped without waiting or failing.
     ASSERT_FALSE(QSystemTrayIcon::isSystemTrayAvailable());
     tray->notify(QStringLiteral("Timer is ready"), QStringLiteral("Version 1.0 finished building."));
-    EXPECT_FALSE(tray->lastShown());
+    EXPECT_FALSE(tray->iconShown());
 }
 
 TEST(DesktopServicesTest, FreedesktopRoadAsksTheDBusServices)

@@ -184,7 +184,9 @@ TEST_F(MenuBarTest, EditMenuActsOnTheTextThatHasTheFocus)
 TEST_F(MenuBarTest, SettingsShowsTheBuildLocationThatTheNewAppScreenShows)
 {
     actionNamed(menus().fileMenu(), QStringLiteral("Settings…"))->trigger();
-    SettingsWindow& settings = app->showSettings();
+    const auto opened = app->window().findChildren<SettingsWindow*>();
+    ASSERT_EQ(opened.size(), 1);
+    SettingsWindow& settings = *opened.front();
     ASSERT_TRUE(settings.isVisible());
     EXPECT_EQ(settings.windowTitle(), QStringLiteral("Settings"));
     EXPECT_TRUE(settings.picker()->cloudButton()->isChecked());
@@ -202,8 +204,11 @@ TEST_F(MenuBarTest, SettingsShowsTheBuildLocationThatTheNewAppScreenShows)
 TEST_F(MenuBarTest, AboutShowsTheVersionAndTheLicencesOfTheShippedLibraries)
 {
     actionNamed(menus().helpMenu(), QStringLiteral("About Brightloom"))->trigger();
-    AboutDialog& about = app->showAbout();
+    const auto opened = app->window().findChildren<AboutDialog*>();
+    ASSERT_EQ(opened.size(), 1);
+    AboutDialog& about = *opened.front();
     ASSERT_TRUE(about.isVisible());
+    EXPECT_EQ(&app->showAbout(), &about);
     bool version = false;
     for (const QLabel* label : about.findChildren<QLabel*>())
         version = version || label->text() == QStringLiteral("Version " BRIGHTLOOM_VERSION);
@@ -233,6 +238,9 @@ TEST_F(SettingsWindowTest, SignOutAsksFirstAndOnlyAYesEndsTheSessionAndClosesThe
     dialogs.pressNext(QStringLiteral("Cancel"));
     QTest::mouseClick(window.signOutButton(), Qt::LeftButton);
     EXPECT_EQ(dialogs.shown().size(), 1);
+    // A call made after the click reaches the service after anything the click sent.
+    ASSERT_TRUE(run(api.loadProjects()).ok());
+    EXPECT_TRUE(server.requestsTo(QStringLiteral("/api/auth/sign-out")).isEmpty());
     EXPECT_TRUE(api.signedIn());
     EXPECT_TRUE(window.isVisible());
     dialogs.pressNext(QStringLiteral("Sign Out"));

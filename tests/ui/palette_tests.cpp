@@ -80,11 +80,19 @@ struct AppliedLook : ::testing::Test
 
     ~AppliedLook() override
     {
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+        // Each application of the look listens to the style hints; the next test starts afresh.
+        QObject::disconnect(QGuiApplication::styleHints(), &QStyleHints::colorSchemeChanged,
+                            QCoreApplication::instance(), nullptr);
+#endif
         QApplication::setStyle(style);
         QApplication::setPalette(palette);
     }
 
-    static QApplication& app() { return *static_cast<QApplication*>(QCoreApplication::instance()); }
+    static QApplication& app()
+    {
+        return *static_cast<QApplication*>(QCoreApplication::instance());
+    }
 };
 
 } // namespace
@@ -123,7 +131,8 @@ TEST_F(AppliedLook, ColourSchemeChangeOfTheDesktopSwitchesThePalette)
     EXPECT_EQ(QApplication::palette().color(QPalette::Window), darkPalette().color(QPalette::Window));
     Q_EMIT QGuiApplication::styleHints()->colorSchemeChanged(Qt::ColorScheme::Light);
     EXPECT_EQ(QApplication::palette().color(QPalette::Window), lightPalette().color(QPalette::Window));
-    followColorScheme(app(), Qt::ColorScheme::Unknown);
-    EXPECT_EQ(QApplication::palette().color(QPalette::Window), lightPalette().color(QPalette::Window));
+    Q_EMIT QGuiApplication::styleHints()->colorSchemeChanged(Qt::ColorScheme::Dark);
+    Q_EMIT QGuiApplication::styleHints()->colorSchemeChanged(Qt::ColorScheme::Unknown);
+    EXPECT_EQ(QApplication::palette().color(QPalette::Window), darkPalette().color(QPalette::Window));
 }
 #endif

@@ -6,7 +6,6 @@
 #include "service/api.h"
 #include "shell/auth_view.h"
 #include "shell/main_view.h"
-#include "shell/settings_view.h"
 #include "shell/worker_status_banner.h"
 #include "ui/app/about_dialog.h"
 #include "ui/app/app_menus.h"
@@ -18,7 +17,6 @@
 #include "ui/conversation/chat_view_widget.h"
 
 #include <QLineEdit>
-#include <QMenuBar>
 #include <QVBoxLayout>
 
 namespace brightloom::screens {
@@ -65,9 +63,8 @@ QCoro::Task<QWidget*> mainScreen(SceneContext& context)
     auto* window = new QWidget;
     auto* layout = new QVBoxLayout(window);
     layout->setContentsMargins(0, 0, 0, 0);
-    auto* menus = new ui::AppMenus(*window);
-    layout->setMenuBar(menus->menuBar());
     layout->addWidget(screen);
+    auto* menus = new ui::AppMenus(*window);
     menus->showNavigation(screen->newAppAction(), screen->destinationActions());
     window->resize(1100, 700);
     window->show();
@@ -80,10 +77,7 @@ QCoro::Task<QWidget*> mainScreen(SceneContext& context)
 
 QCoro::Task<QWidget*> settings(SceneContext& context)
 {
-    auto* model = new SettingsView(context.api, context.dialogs);
-    auto* window = new ui::SettingsWindow(*model);
-    model->setParent(window);
-    co_return window;
+    co_return ui::settingsScreen(context.api, context.dialogs, nullptr);
 }
 
 QCoro::Task<QWidget*> about(SceneContext&)

@@ -1,12 +1,11 @@
 #include "about_dialog.h"
 
+#include "dialog_frame.h"
 #include "licence_notices.h"
 #include "platform/version.h"
 #include "ui/shared/logo_mark.h"
 
-#include <QDialogButtonBox>
 #include <QLabel>
-#include <QPushButton>
 #include <QTextBrowser>
 #include <QVBoxLayout>
 
@@ -16,16 +15,10 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent), m_notices(new QText
 {
     setWindowTitle(QStringLiteral("About Brightloom"));
     setAccessibleName(QStringLiteral("About Brightloom"));
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(24, 20, 24, 16);
+    auto* layout = dialogLayout(*this);
     layout->setSpacing(8);
 
-    auto* logo = new QLabel(this);
-    QPixmap mark = QPixmap::fromImage(LogoMark::image(128));
-    mark.setDevicePixelRatio(2.0); // sharp on high-density screens, 64 points everywhere
-    logo->setPixmap(mark);
-    logo->setAlignment(Qt::AlignCenter);
-    layout->addWidget(logo);
+    layout->addWidget(new LogoMark(64, this), 0, Qt::AlignHCenter);
     auto* name = new QLabel(QStringLiteral("Brightloom"), this);
     QFont bold = name->font();
     bold.setBold(true);
@@ -52,10 +45,7 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent), m_notices(new QText
     m_notices->setMinimumSize(420, 200);
     layout->addWidget(m_notices, 1);
 
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
-    buttons->button(QDialogButtonBox::Close)->setAccessibleName(QStringLiteral("Close"));
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    layout->addWidget(buttons);
+    addCloseButton(*this, *layout);
 }
 
 } // namespace brightloom::ui

@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QKeySequence>
+#include <QLayout>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMetaObject>
@@ -30,17 +31,15 @@ QAction* addCommand(QMenu* menu, const QString& text, const QKeySequence& keys)
     return action;
 }
 
-// The platform's keys for a standard command, or `usual` where its key scheme has none (the
-// Windows-like scheme of a desktop Qt does not know has no key to quit).
+// Every key the platform binds to a standard command, or `usual` where its key scheme has none
+// (the scheme Qt takes on a desktop it does not know has no key to quit).
 QAction* addCommand(QMenu* menu, const QString& text, QKeySequence::StandardKey command,
-                    const QKeySequence& usual)
+                    const QKeySequence& usual = {})
 {
     QAction* action = menu->addAction(text);
-    const QList<QKeySequence> keys = QKeySequence::keyBindings(command);
-    if (keys.isEmpty())
+    action->setShortcuts(command);
+    if (action->shortcuts().isEmpty() && !usual.isEmpty())
         action->setShortcut(usual);
-    else
-        action->setShortcuts(keys);
     return action;
 }
 
@@ -52,6 +51,8 @@ AppMenus::AppMenus(QWidget& window)
       m_help(m_bar->addMenu(QStringLiteral("&Help")))
 {
     m_bar->setAccessibleName(QStringLiteral("Menu bar"));
+    Q_ASSERT(window.layout());
+    window.layout()->setMenuBar(m_bar);
 
     m_closeWindow = addCommand(m_file, QStringLiteral("Close Window"), QKeySequence::Close,
                                QKeySequence(Qt::CTRL | Qt::Key_W));

@@ -20,6 +20,7 @@ class AppMenus final : public QObject
     Q_DISABLE_COPY_MOVE(AppMenus)
 
 public:
+    // Puts the bar above the content of `window`, whose layout must exist already.
     explicit AppMenus(QWidget& window);
 
     QMenuBar* menuBar() const { return m_bar; }

@@ -3,6 +3,7 @@
 #include "about_dialog.h"
 #include "app_menus.h"
 #include "browser_sign_in_page.h"
+#include "dialog_frame.h"
 #include "localbuild/local_builds.h"
 #include "main_view_widget.h"
 #include "platform/desktop.h"
@@ -11,7 +12,6 @@
 #include "service/api.h"
 #include "service/icon_loader.h"
 #include "settings_window.h"
-#include "shell/settings_view.h"
 #include "ui/desktop/desktop_services.h"
 #include "ui/desktop/single_instance.h"
 #include "ui/desktop/widget_dialogs.h"
@@ -19,8 +19,8 @@
 #include "window_screens.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QIcon>
-#include <QMenuBar>
 #include <QVBoxLayout>
 
 namespace brightloom::ui {
@@ -32,7 +32,8 @@ BrightloomApp::BrightloomApp(SingleInstance& instance, QObject* parent)
       m_window(std::make_unique<QWidget>())
 {
     m_window->setWindowTitle(QStringLiteral("Brightloom"));
-    m_window->setWindowIcon(QIcon(QPixmap::fromImage(LogoMark::image(256))));
+    // The application's icon, which its windows and the tray's notices take.
+    QGuiApplication::setWindowIcon(QIcon(QPixmap::fromImage(LogoMark::image(256))));
     m_window->setMinimumSize(minimumWidth, minimumHeight);
     m_window->resize(1100, 720);
     m_dialogs->setWindow(m_window.get());
@@ -42,15 +43,14 @@ BrightloomApp::BrightloomApp(SingleInstance& instance, QObject* parent)
     auto* layout = new QVBoxLayout(m_window.get());
     layout->setContentsMargins(0, 0, 0, 0);
     m_menus = new AppMenus(*m_window);
-    layout->setMenuBar(m_menus->menuBar());
     connect(m_menus, &AppMenus::settingsRequested, this, [this] { showSettings(); });
     connect(m_menus, &AppMenus::aboutRequested, this, [this] { showAbout(); });
     connect(m_menus, &AppMenus::quitRequested, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
     m_root = rootScreen(*m_api,
                         windowScreens(*m_api, *m_local, *m_icons, *m_desktop, *m_dialogs, m_notifier.get()));
     layout->addWidget(m_root);
+    // The root starts on the spinner: the main screen, and with it the navigation, comes later.
     connect(m_root, &RootViewWidget::mainScreenMade, this, &BrightloomApp::offerNavigation);
-    offerNavigation(m_root->mainView());
     connect(&instance, &SingleInstance::raiseRequested, this, &BrightloomApp::raise);
 }
 
@@ -62,20 +62,14 @@ BrightloomApp::~BrightloomApp()
 
 void BrightloomApp::offerNavigation(MainViewWidget* main)
 {
-    if (main)
-        m_menus->showNavigation(main->newAppAction(), main->destinationActions());
+    m_menus->showNavigation(main->newAppAction(), main->destinationActions());
 }
 
 SettingsWindow& BrightloomApp::showSettings()
 {
-    if (!m_settings) {
-        auto* model = new SettingsView(*m_api, *m_dialogs);
-        m_settings = new SettingsWindow(*model, m_window.get());
-        model->setParent(m_settings);
-    }
-    m_settings->show();
-    m_settings->raise();
-    m_settings->activateWindow();
+    if (!m_settings)
+        m_settings = settingsScreen(*m_api, *m_dialogs, m_window.get());
+    bringToFront(*m_settings);
     return *m_settings;
 }
 
@@ -83,17 +77,13 @@ AboutDialog& BrightloomApp::showAbout()
 {
     if (!m_about)
         m_about = new AboutDialog(m_window.get());
-    m_about->show();
-    m_about->raise();
-    m_about->activateWindow();
+    bringToFront(*m_about);
     return *m_about;
 }
 
 void BrightloomApp::raise()
 {
-    m_window->showNormal();
-    m_window->raise();
-    m_window->activateWindow();
+    bringToFront(*m_window);
 }
 
 } // namespace brightloom::ui

@@ -11,8 +11,9 @@ namespace brightloom::ui {
 class SingleInstance;
 
 // Browser sign-in for the window: opens the service's page in the default browser and waits, with a
-// dialog that can cancel, for the "brightloom://" callback that the desktop hands to a second start
-// of the program, which passes it on through the single-instance socket.
+// dialog that can cancel, for the "brightloom://" callback: on Linux the desktop hands it to a second
+// start of the program, which passes it on through the single-instance socket; on a Mac it arrives
+// as an open-URL event. SingleInstance takes both.
 class BrowserSignInPage final : public SignInPage
 {
 public:

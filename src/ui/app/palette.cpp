@@ -10,12 +10,14 @@
 #include <QStyle>
 #include <QStyleFactory>
 #include <QStyleHints>
+#include <memory>
 
 namespace brightloom::ui {
 
 QPalette lightPalette()
 {
-    QPalette palette = QStyleFactory::create(QStringLiteral("Fusion"))->standardPalette();
+    const std::unique_ptr<QStyle> fusion(QStyleFactory::create(QStringLiteral("Fusion")));
+    QPalette palette = fusion->standardPalette();
     palette.setColor(QPalette::Link, QColor(0, 102, 204));
     palette.setColor(QPalette::LinkVisited, QColor(0, 82, 164));
     palette.setColor(QPalette::PlaceholderText, QColor(0, 0, 0, 140));
@@ -87,6 +89,15 @@ bool desktopPrefersDark()
 
 namespace {
 
+// Both the portal and, from Qt 6.5, the style hints announce one switch of the desktop: the second
+// finds the palette taken already and redraws nothing.
+void takePalette(QApplication& app, bool dark)
+{
+    const QPalette wanted = dark ? darkPalette() : lightPalette();
+    if (app.palette() != wanted)
+        app.setPalette(wanted);
+}
+
 // Listens to the desktop portal's "SettingChanged" for the colour scheme.
 class AppearanceWatcher final : public QObject
 {
@@ -109,7 +120,7 @@ private Q_SLOTS:
             return;
         const uint scheme = value.variant().toUInt();
         if (scheme == 1 || scheme == 2)
-            m_app.setPalette(scheme == 1 ? darkPalette() : lightPalette());
+            takePalette(m_app, scheme == 1);
     }
 
 private:
@@ -134,19 +145,14 @@ void applyDesktopPalette(QApplication& app)
         new AppearanceWatcher(app);
 #if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
     // Qt 6.5 added the colour scheme to the style hints, with a signal when the desktop changes it.
+    // An unknown scheme leaves the palette as it is.
     QObject::connect(QGuiApplication::styleHints(), &QStyleHints::colorSchemeChanged, &app,
-                     [&app](Qt::ColorScheme scheme) { followColorScheme(app, scheme); });
+                     [&app](Qt::ColorScheme scheme) {
+                         if (scheme != Qt::ColorScheme::Unknown)
+                             takePalette(app, scheme == Qt::ColorScheme::Dark);
+                     });
 #endif
 }
-
-#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
-void followColorScheme(QApplication& app, Qt::ColorScheme scheme)
-{
-    if (scheme == Qt::ColorScheme::Unknown)
-        return;
-    app.setPalette(scheme == Qt::ColorScheme::Dark ? darkPalette() : lightPalette());
-}
-#endif
 
 } // namespace brightloom::ui
 

@@ -1,11 +1,10 @@
 #include "settings_window.h"
 
+#include "dialog_frame.h"
 #include "shell/settings_view.h"
 #include "ui/conversation/location_picker.h"
 
-#include <QDialogButtonBox>
 #include <QFrame>
-#include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -17,8 +16,7 @@ SettingsWindow::SettingsWindow(SettingsView& model, QWidget* parent)
 {
     setWindowTitle(QStringLiteral("Settings"));
     setAccessibleName(QStringLiteral("Settings"));
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(24, 20, 24, 16);
+    auto* layout = dialogLayout(*this);
     layout->setSpacing(10);
 
     m_picker->setDescription(QStringLiteral("Where new apps are compiled. The new app screen offers the "
@@ -35,13 +33,10 @@ SettingsWindow::SettingsWindow(SettingsView& model, QWidget* parent)
     layout->addWidget(m_signOut, 0, Qt::AlignLeft);
     layout->addStretch(1);
 
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
-    buttons->button(QDialogButtonBox::Close)->setAccessibleName(QStringLiteral("Close"));
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    layout->addWidget(buttons);
+    addCloseButton(*this, *layout);
 
     connect(m_picker, &LocationPicker::chosen, &m_model, &SettingsView::setLocation);
-    connect(m_signOut, &QPushButton::clicked, &m_model, [this] {
+    connect(m_signOut, &QPushButton::clicked, this, [this] {
         if (m_model.signOut())
             close();
     });

@@ -9,9 +9,11 @@
 #include "library/library_view.h"
 #include "main_view_widget.h"
 #include "root_view_widget.h"
+#include "settings_window.h"
 #include "shell/auth_view.h"
 #include "shell/main_view.h"
 #include "shell/root_view.h"
+#include "shell/settings_view.h"
 #include "shell/worker_status_banner.h"
 #include "ui/conversation/chat_view_widget.h"
 #include "ui/conversation/new_project_view_widget.h"
@@ -37,6 +39,12 @@ RootViewWidget* rootScreen(API& api, Screens screens)
 {
     auto* model = new RootView(api);
     return owning(new RootViewWidget(*model, std::move(screens)), model);
+}
+
+SettingsWindow* settingsScreen(API& api, Dialogs& dialogs, QWidget* parent)
+{
+    auto* model = new SettingsView(api, dialogs);
+    return owning(new SettingsWindow(*model, parent), model);
 }
 
 AuthViewWidget* signInScreen(API& api)

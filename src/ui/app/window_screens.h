@@ -24,12 +24,15 @@ class LibraryViewWidget;
 class MainViewWidget;
 class NewProjectViewWidget;
 class RootViewWidget;
+class SettingsWindow;
 
 // Where the window is put together. Each function makes a screen's models over the shared objects and
 // hands them to the widget that draws them; the widget owns its models, so a screen and its state go
 // together.
 RootViewWidget* rootScreen(API& api, Screens screens);
 AuthViewWidget* signInScreen(API& api);
+// The Settings… window, over the window `parent`.
+SettingsWindow* settingsScreen(API& api, Dialogs& dialogs, QWidget* parent);
 // The main screen, whose detail pane shows the screens of `details` (blank pages where it has none).
 MainViewWidget* mainScreen(API& api, LocalBuilds& local, Screens details, Notifier* notifier);
 NewProjectViewWidget* newProjectScreen(API& api, LocalBuilds& local, IconLoader& icons, Desktop& desktop,

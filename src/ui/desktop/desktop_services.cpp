@@ -5,10 +5,6 @@
 #include "platform/mac_desktop.h"
 #include "system_desktop.h"
 #include "tray_notifier.h"
-#include "ui/shared/logo_mark.h"
-
-#include <QIcon>
-#include <QPixmap>
 
 namespace brightloom::ui {
 
@@ -22,7 +18,7 @@ std::unique_ptr<Desktop> systemDesktop()
 std::unique_ptr<Notifier> systemNotifier()
 {
     if (desktopRoad() == DesktopRoad::mac)
-        return std::make_unique<TrayNotifier>(QIcon(QPixmap::fromImage(LogoMark::image(64))));
+        return std::make_unique<TrayNotifier>();
     return std::make_unique<DesktopNotifier>();
 }
 

@@ -1,21 +1,25 @@
 #include "tray_notifier.h"
 
+#include <QGuiApplication>
+
 namespace brightloom::ui {
 
-TrayNotifier::TrayNotifier(const QIcon& icon)
-{
-    m_tray.setIcon(icon);
-    m_tray.setToolTip(QStringLiteral("Brightloom"));
-    QObject::connect(&m_tray, &QSystemTrayIcon::messageClicked, &m_tray, [this] { m_tray.hide(); });
-}
+TrayNotifier::TrayNotifier() = default;
+
+TrayNotifier::~TrayNotifier() = default;
 
 void TrayNotifier::notify(const QString& title, const QString& body)
 {
-    m_lastShown = QSystemTrayIcon::isSystemTrayAvailable() && QSystemTrayIcon::supportsMessages();
-    if (!m_lastShown)
+    if (!QSystemTrayIcon::isSystemTrayAvailable() || !QSystemTrayIcon::supportsMessages())
         return;
-    m_tray.show();
-    m_tray.showMessage(title, body, QSystemTrayIcon::Information);
+    if (!m_tray) {
+        m_tray = std::make_unique<QSystemTrayIcon>(QGuiApplication::windowIcon());
+        m_tray->setToolTip(QStringLiteral("Brightloom"));
+        QSystemTrayIcon* tray = m_tray.get();
+        QObject::connect(tray, &QSystemTrayIcon::messageClicked, tray, &QSystemTrayIcon::hide);
+    }
+    m_tray->show();
+    m_tray->showMessage(title, body, QSystemTrayIcon::Information);
 }
 
 } // namespace brightloom::ui

@@ -3,25 +3,26 @@
 #include "platform/notifier.h"
 
 #include <QSystemTrayIcon>
+#include <memory>
 
 namespace brightloom::ui {
 
 // Shows notifications through the system tray's messages: on a Mac these become the system's own
-// notifications. The tray icon appears with the first notice, not at start, and goes when a notice
-// is clicked; where no tray exists nothing is shown.
+// notifications. The tray icon (the application's own icon) is made with the first notice, not at
+// start, and goes when a notice is clicked; where no tray exists nothing is shown.
 class TrayNotifier final : public Notifier
 {
 public:
-    explicit TrayNotifier(const QIcon& icon);
+    TrayNotifier();
+    ~TrayNotifier() override;
 
     void notify(const QString& title, const QString& body) override;
 
-    // Whether the last notice went to a tray (for tests: none exists on a machine without one).
-    bool lastShown() const { return m_lastShown; }
+    // Whether the tray icon is up: from the first notice on, where a tray exists.
+    bool iconShown() const { return m_tray && m_tray->isVisible(); }
 
 private:
-    QSystemTrayIcon m_tray;
-    bool m_lastShown = false;
+    std::unique_ptr<QSystemTrayIcon> m_tray;
 };
 
 } // namespace brightloom::ui

@@ -5,6 +5,15 @@
 #include <QAbstractButton>
 
 namespace brightloom::ui {
+namespace {
+
+QColor faded(QColor colour, float alpha)
+{
+    colour.setAlphaF(alpha);
+    return colour;
+}
+
+} // namespace
 
 void applyZipButtonStyle(QAbstractButton* button, bool prominent)
 {
@@ -15,7 +24,7 @@ void applyZipButtonStyle(QAbstractButton* button, bool prominent)
                            "QAbstractButton:pressed { background: %2; }"
                            "QAbstractButton:disabled { background: %3; color: rgba(0,0,0,110); }")
                 .arg(accent().name(), accent().darker(115).name(),
-                     QColor::fromRgbF(0.0f, 0.9f, 0.6f, 0.45f).name(QColor::HexArgb)));
+                     faded(accent(), 0.45f).name(QColor::HexArgb)));
     } else {
         button->setStyleSheet(
             QStringLiteral("QAbstractButton { background: transparent; color: palette(text);"
