@@ -176,7 +176,7 @@ TEST_F(ChatViewTest, DownloadingTheDiskImageShowsDownloadingThenWhereItWasSaved)
     ready.insert(QStringLiteral("version"), QStringLiteral("1.0"));
     jobs = QJsonArray{ready};
     fileReply = ScriptedReply::html(200, "disk image bytes");
-    fileReply.delayMs = 200;
+    fileReply.held = true;
     API api;
     LocalBuilds local;
     ChatView view(api, local, project(), &desktop);
@@ -187,6 +187,10 @@ TEST_F(ChatViewTest, DownloadingTheDiskImageShowsDownloadingThenWhereItWasSaved)
     EXPECT_EQ(busy.buttons[0].label, QStringLiteral("Downloading\u2026"));
     EXPECT_FALSE(busy.buttons[0].enabled);
     EXPECT_FALSE(busy.buttons[1].enabled);
+    ASSERT_TRUE(spinUntil([&] { return fetches(QStringLiteral("Notes.dmg")) == 1; }));
+    EXPECT_TRUE(view.downloading()) << "the file has not been answered yet";
+    EXPECT_FALSE(view.savedDmg());
+    server.releaseHeld();
     ASSERT_TRUE(spinUntil([&] { return !view.downloading(); }));
     ASSERT_TRUE(view.savedDmg());
     EXPECT_TRUE(view.savedDmg()->endsWith(QStringLiteral("/Notes 1.0.dmg")));

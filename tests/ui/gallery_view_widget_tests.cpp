@@ -161,7 +161,7 @@ TEST_F(GalleryWidgetTest, StarredAppsStandFirstInTheGrid)
 TEST_F(GalleryWidgetTest, RefusedFavoritePutsTheHeartBackAndShowsTheServicesMessage)
 {
     service.favoriteReply = ScriptedReply::json(403, R"({"message":"Favorites are closed today."})");
-    service.favoriteReply.delayMs = 100;
+    service.favoriteReply.held = true;
     open();
     QAbstractButton* heart =
         buttonNamed(tile(QStringLiteral("delta")), QStringLiteral("Add Delta to favorites"));
@@ -169,6 +169,11 @@ TEST_F(GalleryWidgetTest, RefusedFavoritePutsTheHeartBackAndShowsTheServicesMess
     QTest::mouseClick(heart, Qt::LeftButton);
     EXPECT_EQ(accessibleName(heart), QStringLiteral("Remove Delta from favorites"))
         << "the heart fills at once";
+    ASSERT_TRUE(spinUntil([&] { return service.favoriteRequests().size() == 1; }));
+    EXPECT_EQ(accessibleName(heart), QStringLiteral("Remove Delta from favorites"))
+        << "the heart stays filled until the service answers";
+    EXPECT_FALSE(gallery->errorLabel()->isVisible());
+    server.releaseHeld();
     ASSERT_TRUE(spinUntil([&] { return gallery->errorLabel()->isVisible(); }));
     EXPECT_EQ(gallery->errorLabel()->text(), QStringLiteral("Favorites are closed today."));
     // The shared error red: (192, 28, 40) on a light window, lighter on a dark one.
@@ -219,7 +224,7 @@ TEST_F(GalleryWidgetTest, DetailsOpensTheAppsPageInTheBrowser)
 
 TEST_F(GalleryWidgetTest, UseAsTemplateShowsStartingOnThatTileOnlyThenOpensTheNewProject)
 {
-    service.forkReply.delayMs = 300;
+    service.forkReply.held = true;
     open();
     QTest::mouseClick(buttonNamed(tile(QStringLiteral("alpha")), QStringLiteral("Use as template")),
                       Qt::LeftButton);
@@ -230,6 +235,10 @@ TEST_F(GalleryWidgetTest, UseAsTemplateShowsStartingOnThatTileOnlyThenOpensTheNe
         EXPECT_FALSE(use->isEnabled()) << "another copy waits until this one is done";
     }
     EXPECT_EQ(buttonsNamed(gallery, QStringLiteral("Starting…")).size(), 1);
+    ASSERT_TRUE(spinUntil([&] { return service.forkRequests().size() == 1; }));
+    EXPECT_EQ(buttonsNamed(gallery, QStringLiteral("Starting…")).size(), 1) << "still copying";
+    EXPECT_TRUE(created.isEmpty());
+    server.releaseHeld();
     ASSERT_TRUE(spinUntil([&] { return !created.isEmpty(); }));
     EXPECT_EQ(created, QStringList{QStringLiteral("p-fork")});
     EXPECT_EQ(buttonsNamed(gallery, QStringLiteral("Starting…")).size(), 0);

@@ -180,13 +180,17 @@ TEST_F(GithubPanelWidgetTest, NewestBuildWithoutSourceSaysThereIsNothingToPush)
 TEST_F(GithubPanelWidgetTest, EveryActionIsDisabledWhileOneRuns)
 {
     github.panel = ScriptedGithub::readyPanel(true);
-    github.pushReply.delayMs = 300;
+    github.pushReply.held = true;
     auto widget = shown();
     QTest::mouseClick(pushButton(), Qt::LeftButton);
     EXPECT_FALSE(pushButton()->isEnabled());
     EXPECT_FALSE(button(GithubSyncView::unlinkText)->isEnabled());
     EXPECT_FALSE(button(GithubSyncView::useRepoText)->isEnabled());
     EXPECT_FALSE(button(GithubSyncView::connectButton)->isEnabled());
+    ASSERT_TRUE(spinUntil([&] { return requestsTo(QStringLiteral("/api/projects/p1/github/push")) == 1; }));
+    EXPECT_TRUE(model.busy()) << "the push has not been answered yet";
+    EXPECT_FALSE(pushButton()->isEnabled());
+    server.releaseHeld();
     ASSERT_TRUE(spinUntil([&] { return !model.busy(); }));
     EXPECT_TRUE(pushButton()->isEnabled());
 }

@@ -157,7 +157,7 @@ TEST_F(LibraryDetailWidgetTest, EachVersionShowsItsLabelAppNameSummaryAndDownloa
 TEST_F(LibraryDetailWidgetTest, VersionDownloadShowsProgressThenShowInFinder)
 {
     ScriptedReply image = ScriptedReply::archive(QByteArray(2048, 'd'));
-    image.delayMs = 300;
+    image.held = true;
     offer(QStringLiteral("files/j1/app.dmg"), image);
     auto widget = shown();
     VersionRowWidget* row = widget->versionRow(1);
@@ -166,6 +166,12 @@ TEST_F(LibraryDetailWidgetTest, VersionDownloadShowsProgressThenShowInFinder)
     EXPECT_FALSE(row->downloadButton()->isEnabled());
     EXPECT_TRUE(row->progress()->isVisible());
     EXPECT_TRUE(widget->versionRow(0)->downloadButton()->isEnabled());
+    ASSERT_TRUE(spinUntil([&] { return requestsTo(QStringLiteral("/files/j1/app.dmg")) == 1; }));
+    row = widget->versionRow(1);
+    EXPECT_FALSE(row->downloadButton()->isEnabled()) << "the download has not been answered yet";
+    EXPECT_TRUE(row->progress()->isVisible());
+    EXPECT_FALSE(row->showInFinderButton()->isVisible());
+    server.releaseHeld();
     ASSERT_TRUE(spinUntil([&] { return widget->versionRow(1)->showInFinderButton()->isVisible(); }));
     row = widget->versionRow(1);
     EXPECT_TRUE(row->downloadButton()->isEnabled());
@@ -228,9 +234,9 @@ TEST_F(LibraryDetailWidgetTest, BuildWithoutSourceCannotBeUsedAsATemplateAndSays
 
 TEST_F(LibraryDetailWidgetTest, UseAsTemplateWhileAnotherForkRunsIsDisabledAndSuccessOpensTheNewProject)
 {
-    ScriptedReply slow = ScriptedReply::json(200, R"({"projectId":"p9"})");
-    slow.delayMs = 300;
-    serveFork(slow);
+    ScriptedReply fork = ScriptedReply::json(200, R"({"projectId":"p9"})");
+    fork.held = true;
+    serveFork(fork);
     auto widget = shown();
     QTest::mouseClick(widget->treeRow(0)->templateButton(), Qt::LeftButton);
     EXPECT_EQ(widget->treeRow(0)->templateButton()->text(), QStringLiteral("Starting\u2026"));
@@ -239,6 +245,10 @@ TEST_F(LibraryDetailWidgetTest, UseAsTemplateWhileAnotherForkRunsIsDisabledAndSu
     EXPECT_EQ(other->text(), QStringLiteral("Use as template"));
     EXPECT_FALSE(other->isEnabled());
     QTest::mouseClick(other, Qt::LeftButton);
+    ASSERT_TRUE(spinUntil([&] { return requestsTo(QStringLiteral("/api/templates/fork")) == 1; }));
+    EXPECT_TRUE(opened.isEmpty());
+    EXPECT_EQ(widget->treeRow(0)->templateButton()->text(), QStringLiteral("Starting\u2026"));
+    server.releaseHeld();
     ASSERT_TRUE(spinUntil([&] { return !opened.isEmpty(); }));
     EXPECT_EQ(opened, QStringList{QStringLiteral("p9")});
     EXPECT_EQ(requestsTo(QStringLiteral("/api/templates/fork")), 1);

@@ -298,7 +298,7 @@ TEST_F(NewProjectWidgetTest, LinkNoticeNamesTheRepositoryInBoldAndWarnsWhenXcode
 
 TEST_F(NewProjectWidgetTest, StartingShowsASpinnerWithStartingAndStopsTheSendButton)
 {
-    service.createReply.delayMs = 300;
+    service.createReply.held = true;
     open();
     type(QStringLiteral("a timer"));
     pressReturn();
@@ -308,6 +308,11 @@ TEST_F(NewProjectWidgetTest, StartingShowsASpinnerWithStartingAndStopsTheSendBut
         texts.append(label->text());
     EXPECT_EQ(texts, QStringList{QStringLiteral("Starting…")});
     EXPECT_FALSE(screen->composer()->sendButton()->isEnabled());
+    ASSERT_TRUE(spinUntil([&] { return service.createBodies().size() == 1; }));
+    EXPECT_TRUE(screen->busyRow()->isVisible()) << "still starting while the service has not answered";
+    EXPECT_FALSE(screen->composer()->sendButton()->isEnabled());
+    EXPECT_TRUE(created.isEmpty());
+    server.releaseHeld();
     ASSERT_TRUE(spinUntil([&] { return created.size() == 1; }));
     EXPECT_EQ(created, QStringList{QStringLiteral("p-new")});
     EXPECT_EQ(service.createBodies().first(),

@@ -155,13 +155,18 @@ const QString ShellWidgetTest::createAccount = QStringLiteral("Create account");
 
 TEST_F(ShellWidgetTest, RootShowsACentredSpinnerWhileCheckingThenTheSignInScreen)
 {
-    ScriptedReply slow = ScriptedReply::json(200, "null");
-    slow.delayMs = 300;
-    server.on(QStringLiteral("GET /api/auth/get-session"), slow);
+    ScriptedReply session = ScriptedReply::json(200, "null");
+    session.held = true;
+    server.on(QStringLiteral("GET /api/auth/get-session"), session);
     auto* root = shellRoot();
     show(root);
     EXPECT_TRUE(root->spinnerPage()->isVisible());
     EXPECT_EQ(root->authView(), nullptr);
+    ASSERT_TRUE(
+        spinUntil([&] { return server.requestsTo(QStringLiteral("/api/auth/get-session")).size() == 1; }));
+    EXPECT_TRUE(root->spinnerPage()->isVisible()) << "the session is still being checked";
+    EXPECT_EQ(root->authView(), nullptr);
+    server.releaseHeld();
     ASSERT_TRUE(spinUntil([&] { return root->authView() && root->authView()->isVisible(); }));
     EXPECT_FALSE(root->spinnerPage()->isVisible());
 }
