@@ -132,6 +132,8 @@ public:
     }
 
     bool closeAfter() const { return m_closeAfter; }
+    // The request asked for the head of the answer alone: its body is not sent.
+    bool headOnly() const { return m_headOnly; }
 
 private:
     void readRequests()
@@ -140,11 +142,13 @@ private:
             return;
         m_buffer += m_socket->readAll();
         const qsizetype headEnd = m_buffer.indexOf("\r\n\r\n");
-        if (headEnd < 0) {
-            if (m_buffer.size() > maxHeadBytes)
-                refuse(StatusCode::RequestHeaderFieldsTooLarge);
+        // The same limit however the head arrives: whole in one read, or in pieces.
+        if ((headEnd < 0 ? m_buffer.size() : headEnd) > maxHeadBytes) {
+            refuse(StatusCode::RequestHeaderFieldsTooLarge);
             return;
         }
+        if (headEnd < 0)
+            return;
         const QList<QByteArray> lines = m_buffer.left(headEnd).split('\n');
         const QList<QByteArray> start = lines.value(0).trimmed().split(' ');
         if (start.size() != 3 || !start[1].startsWith('/') || !start[2].startsWith("HTTP/1.")) {
@@ -189,6 +193,7 @@ private:
         m_buffer.remove(0, headEnd + 4 + length);
         m_closeAfter = !keepAlive;
         m_answering = true;
+        m_headOnly = start[0] == "HEAD";
         const QByteArray address = QByteArrayLiteral("http://127.0.0.1") + start[1];
         const HttpRequest request(methodNamed(start[0]), QUrl::fromEncoded(address), std::move(headers), body,
                                   m_socket->peerAddress());
@@ -199,6 +204,7 @@ private:
     void refuse(StatusCode status)
     {
         m_closeAfter = true;
+        m_headOnly = false;
         m_answering = true;
         Responder(this).send(HttpResponse("text/plain", reasonPhrase(status) + '\n', status));
     }
@@ -208,6 +214,7 @@ private:
     QByteArray m_buffer;
     bool m_answering = false;
     bool m_closeAfter = false;
+    bool m_headOnly = false;
 };
 
 Responder::Responder(HttpConnection* connection) : m_connection(connection) {}
@@ -225,7 +232,8 @@ bool Responder::connected() const
 void Responder::send(const HttpResponse& response)
 {
     writeHead(response.statusCode(), response.mimeType(), response.data().size(), response.headers());
-    writeRaw(response.data());
+    if (m_connection && !m_connection->headOnly())
+        writeRaw(response.data());
     done();
 }
 
