@@ -46,10 +46,11 @@ protected:
                                                             QStringLiteral("A timer"))}))));
     }
 
-    void serveApps(const QJsonArray& apps, int delayMs = 0)
+    // `held`: answered only once the test releases it.
+    void serveApps(const QJsonArray& apps, bool held = false)
     {
         ScriptedReply reply = ScriptedReply::json(200, compact({{QStringLiteral("apps"), apps}}));
-        reply.delayMs = delayMs;
+        reply.held = held;
         on(QStringLiteral("GET /api/library"), reply);
     }
 
@@ -80,13 +81,16 @@ protected:
 
 TEST_F(LibraryViewWidgetTest, ShowsTheTitleAndSubtitleAndAProgressIndicatorUntilLoaded)
 {
-    serveApps({}, 300);
+    serveApps({}, true);
     auto widget = shown();
     EXPECT_EQ(widget->titleLabel()->text(), QStringLiteral("My apps"));
     EXPECT_EQ(widget->subtitleLabel()->text(),
               QStringLiteral("Every app you have built, with all of its versions."));
     EXPECT_TRUE(widget->loadingIndicator()->isVisible());
     EXPECT_FALSE(widget->emptyLabel()->isVisible());
+    ASSERT_TRUE(spinUntil([&] { return requestsTo(QStringLiteral("/api/library")) == 1; }));
+    EXPECT_TRUE(widget->loadingIndicator()->isVisible()) << "still loading while the answer is held";
+    server.releaseHeld();
     ASSERT_TRUE(spinUntil([&] { return loaded(*widget); }));
     EXPECT_FALSE(widget->loadingIndicator()->isVisible());
 }
