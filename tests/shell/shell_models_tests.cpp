@@ -36,6 +36,14 @@ struct ShellTest : ::testing::Test
         api = std::make_unique<API>();
     }
 
+    // Signs the client in with a password the service accepts.
+    bool signIn()
+    {
+        server->on(QStringLiteral("POST /api/auth/sign-in/email"),
+                   ScriptedReply::json(200, R"({"user":{}})"));
+        return run(api->signIn(QStringLiteral("a@b.c"), QStringLiteral("pw"))).ok();
+    }
+
     QJsonObject bodyOf(const QString& path) const
     {
         const auto requests = server->requestsTo(path);
@@ -81,13 +89,12 @@ TEST_F(ShellTest, RootRestoresTheSessionOnlyOnce)
 
 TEST_F(ShellTest, SigningOutReturnsTheRootToTheSignInScreen)
 {
-    server->on(QStringLiteral("POST /api/auth/sign-in/email"), ScriptedReply::json(200, R"({"user":{}})"));
     server->on(QStringLiteral("POST /api/auth/sign-out"), ScriptedReply::json(200, "{}"));
     server->on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, "null"));
     RootView root(*api);
     root.start();
     ASSERT_TRUE(spinUntil([&] { return root.screen() == RootView::Screen::signIn; }));
-    ASSERT_TRUE(run(api->signIn(QStringLiteral("a@b.c"), QStringLiteral("pw"))).ok());
+    ASSERT_TRUE(signIn());
     EXPECT_EQ(root.screen(), RootView::Screen::main);
     ASSERT_TRUE(run(api->signOut()).ok());
     EXPECT_EQ(root.screen(), RootView::Screen::signIn);
@@ -97,9 +104,8 @@ TEST_F(ShellTest, SigningOutReturnsTheRootToTheSignInScreen)
 
 TEST_F(ShellTest, MainScreenSignsOutAndTheSessionEnds)
 {
-    server->on(QStringLiteral("POST /api/auth/sign-in/email"), ScriptedReply::json(200, R"({"user":{}})"));
     server->on(QStringLiteral("POST /api/auth/sign-out"), ScriptedReply::json(200, "{}"));
-    ASSERT_TRUE(run(api->signIn(QStringLiteral("a@b.c"), QStringLiteral("pw"))).ok());
+    ASSERT_TRUE(signIn());
     MainView main(*api);
     ASSERT_FALSE(main.projects().isEmpty());
     main.signOut();
@@ -110,9 +116,8 @@ TEST_F(ShellTest, MainScreenSignsOutAndTheSessionEnds)
 
 TEST_F(ShellTest, MainScreenSignsOutLocallyWhenTheServiceFails)
 {
-    server->on(QStringLiteral("POST /api/auth/sign-in/email"), ScriptedReply::json(200, R"({"user":{}})"));
     server->on(QStringLiteral("POST /api/auth/sign-out"), ScriptedReply::json(500, R"({"message":"down"})"));
-    ASSERT_TRUE(run(api->signIn(QStringLiteral("a@b.c"), QStringLiteral("pw"))).ok());
+    ASSERT_TRUE(signIn());
     MainView main(*api);
     main.signOut();
     ASSERT_TRUE(spinUntil([&] { return !api->signedIn(); }));
