@@ -25,9 +25,8 @@ void progress(const QString& output)
 
 } // namespace
 
-QCoro::Task<int> buildSource(API& api, QStringList words)
+QCoro::Task<int> buildSource(API& api, Arguments args)
 {
-    const Arguments args = parse(words, {"job", "version"}, {});
     const QString url = args.positional(0, "source URL");
     const QString job = args.required(QStringLiteral("job"));
     const std::optional<QString> version = args.option(QStringLiteral("version"));

@@ -41,9 +41,8 @@ std::optional<std::chrono::milliseconds> pollInterval(const Arguments& args)
     return std::chrono::milliseconds(static_cast<qint64>(seconds * 1000));
 }
 
-QCoro::Task<int> follow(API& api, QStringList words)
+QCoro::Task<int> follow(API& api, Arguments args)
 {
-    const Arguments args = parse(words, {"interval"}, {});
     const auto interval = pollInterval(args);
     co_return co_await followProject(api, args.positional(0, "project id"), interval);
 }

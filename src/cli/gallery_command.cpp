@@ -45,9 +45,8 @@ QCoro::Task<int> useTemplate(API& api, QString slug, bool follow,
 
 } // namespace
 
-QCoro::Task<int> gallery(API& api, QStringList words)
+QCoro::Task<int> gallery(API& api, Arguments args)
 {
-    const Arguments args = parse(words, {"interval"}, {"json", "favorites", "follow"});
     if (args.positionalCount() > 0) {
         const QString action = args.positional(0, "action");
         if (action != QLatin1String("use"))

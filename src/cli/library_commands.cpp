@@ -128,9 +128,8 @@ void failOnError(const GithubSyncView& view)
 
 } // namespace
 
-QCoro::Task<int> library(API& api, QStringList words)
+QCoro::Task<int> library(API& api, Arguments args)
 {
-    const Arguments args = parse(words, {"download"}, {"json"});
     const bool json = args.flag(QStringLiteral("json"));
     if (args.positionalCount() == 0)
         co_return co_await libraryList(api, json);
@@ -150,9 +149,8 @@ QCoro::Task<int> library(API& api, QStringList words)
     co_return 0;
 }
 
-QCoro::Task<int> fork(API& api, QStringList words)
+QCoro::Task<int> fork(API& api, Arguments args)
 {
-    const Arguments args = parse(words, {}, {});
     const QString jobId = args.positional(0, "job id");
     // The fork is the app page's "Use as template": it needs no app loaded, only the version.
     QString created;
@@ -164,9 +162,8 @@ QCoro::Task<int> fork(API& api, QStringList words)
     co_return 0;
 }
 
-QCoro::Task<int> favorite(API& api, QStringList words)
+QCoro::Task<int> favorite(API& api, Arguments args)
 {
-    const Arguments args = parse(words, {}, {});
     const QString slug = args.positional(0, "slug");
     const QString state = args.positional(1, "on or off");
     if (state != QLatin1String("on") && state != QLatin1String("off"))
@@ -175,9 +172,8 @@ QCoro::Task<int> favorite(API& api, QStringList words)
     co_return 0;
 }
 
-QCoro::Task<int> github(API& api, QStringList words)
+QCoro::Task<int> github(API& api, Arguments args)
 {
-    const Arguments args = parse(words, {}, {"json"});
     const QString project = args.positional(0, "project id");
     const QString action = args.positionalCount() > 1 ? args.positional(1, "action") : QString();
     const bool json = args.flag(QStringLiteral("json"));
@@ -223,9 +219,8 @@ QCoro::Task<int> github(API& api, QStringList words)
     co_return 0;
 }
 
-QCoro::Task<int> workerStatus(API& api, QStringList words)
+QCoro::Task<int> workerStatus(API& api, Arguments args)
 {
-    const Arguments args = parse(words, {}, {"json"});
     const WorkerStatus status = co_await api.workerStatus();
     if (args.flag(QStringLiteral("json"))) {
         out(QString::fromUtf8(encodeRecord(status)));

@@ -1,10 +1,13 @@
 #include "arguments.h"
+#include "commandline/completion_scripts.h"
+#include "commandline/help_text.h"
 #include "commands.h"
 #include "console.h"
 #include "platform/process_end.h"
 #include "platform/quit_on_signals.h"
 #include "platform/version.h"
 #include "service/api.h"
+#include "service/api_error.h"
 #include "terminal_dialogs.h"
 
 #include <QGuiApplication>
@@ -14,76 +17,130 @@
 
 namespace brightloom::cli {
 
-const QList<CommandInfo>& commands()
+const QList<Runner>& runners()
 {
-    static const QList<CommandInfo> list = {
-        {"login", &login, "login --email E --password P | login --browser"},
-        {"signup", &signup, "signup --name N --email E --password P"},
-        {"logout", &logout, "logout"},
-        {"session", &session, "session"},
-        {"projects", &projects, "projects [--json]"},
-        {"new", &newProject,
-         "new \"PROMPT\" [--local|--cloud] [--yes] [--import|--no-import] [--follow [--interval SECONDS]]"},
-        {"show", &show, "show PROJECT [--json]"},
-        {"send", &sendMessage, "send PROJECT \"TEXT\" [--fix]"},
-        {"download", &download, "download PROJECT [--dmg|--zip]"},
-        {"library", &library, "library [PROJECT [--download JOB]] [--json]"},
-        {"fork", &fork, "fork JOB"},
-        {"gallery", &gallery,
-         "gallery [--favorites] [--json] | gallery use SLUG [--follow [--interval SECONDS]]"},
-        {"favorite", &favorite, "favorite SLUG on|off"},
-        {"github", &github, "github PROJECT [repos|link REPO|unlink|push] [--json]"},
-        {"worker-status", &workerStatus, "worker-status [--json]"},
-        {"build-source", &buildSource, "build-source URL --job ID [--version V]"},
-        {"follow", &follow, "follow PROJECT [--interval SECONDS]"},
+    static const QList<Runner> list = {
+        {"login", &login},
+        {"signup", &signup},
+        {"logout", &logout},
+        {"session", &session},
+        {"projects", &projects},
+        {"new", &newProject},
+        {"show", &show},
+        {"send", &sendMessage},
+        {"download", &download},
+        {"library", &library},
+        {"fork", &fork},
+        {"gallery", &gallery},
+        {"favorite", &favorite},
+        {"github", &github},
+        {"worker-status", &workerStatus},
+        {"build-source", &buildSource},
+        {"follow", &follow},
     };
     return list;
 }
 
 namespace {
 
-QString usage()
+using commandline::CommandDescription;
+
+const QString notSignedIn = QStringLiteral("Not signed in. Run: brightloom-cli login");
+
+// Our own text, which holds line feeds and nothing from the service.
+void print(const QString& text, bool toError = false)
 {
-    QString text = QStringLiteral("usage: brightloom-cli COMMAND [ARGUMENTS]\n\ncommands:");
-    for (const CommandInfo& command : commands())
-        text += QStringLiteral("\n  ") + QString::fromLatin1(command.usage);
-    return text;
+    const QString line = text.endsWith(QLatin1Char('\n')) ? text.chopped(1) : text;
+    toError ? err(line) : out(line);
+}
+
+Command runnerOf(const CommandDescription& command)
+{
+    for (const Runner& runner : runners()) {
+        if (qstrcmp(runner.name, command.name) == 0)
+            return runner.run;
+    }
+    return nullptr;
 }
 
 // Runs one command and ends the application with its status. Every failure ends as its text alone
 // on one line of standard error, and status 1.
-QCoro::Task<> runCommand(QStringList words)
+QCoro::Task<> runCommand(const CommandDescription* command, Arguments args)
 {
     int status = 1;
     try {
         API api;
-        const QString name = words.value(0);
-        const CommandInfo* found = nullptr;
-        for (const CommandInfo& command : commands()) {
-            if (name == QLatin1String(command.name))
-                found = &command;
-        }
-        if (name == QLatin1String("help") || name == QLatin1String("--help")) {
-            out(usage());
-            status = 0;
-        } else if (!found) {
-            throw UsageError(name.isEmpty() ? QStringLiteral("no command given")
-                                            : QStringLiteral("unknown command ") + name);
-        } else {
-            status = co_await found->run(api, words.mid(1));
-        }
+        status = co_await runnerOf(*command)(api, std::move(args));
     } catch (const AnswerNeeded& e) {
         err(QString::fromUtf8(e.what()));
         status = 2;
     } catch (const UsageError& e) {
         err(QString::fromUtf8(e.what()));
-        err(usage());
+        print(commandline::shortUsage(commandline::cliProgram(), *command), true);
         status = 2;
+    } catch (const APIError& e) {
+        // The service's "Unauthorized" says nothing about what to do.
+        err(e.httpStatus() == 401 && command->needsSession ? notSignedIn : e.message());
+        status = 1;
     } catch (const std::exception& e) {
         err(QString::fromUtf8(e.what()));
         status = 1;
     }
     QCoreApplication::exit(status);
+}
+
+// What the command line answers before any application is made: help, the version, and whether
+// the words fit the command. Answers the exit status when that already ends the program.
+std::optional<int> answerWithoutRunning(const QStringList& words, const CommandDescription*& command,
+                                        Arguments& args)
+{
+    const commandline::ProgramDescription& program = commandline::cliProgram();
+    const QString name = words.value(0);
+    if (words.size() == 1 && (name == QLatin1String("--version") || name == QLatin1String("version"))) {
+        out(QStringLiteral("brightloom-cli ") + QStringLiteral(BRIGHTLOOM_VERSION));
+        return 0;
+    }
+    if (words.size() == 1 && (name == QLatin1String("--help") || name == QLatin1String("-h"))) {
+        print(commandline::programHelp(program));
+        return 0;
+    }
+    command = name.startsWith(QLatin1Char('-'))
+                  ? nullptr
+                  : commandline::findCommand(program, name.toUtf8().constData());
+    if (!command || (!runnerOf(*command) && qstrcmp(command->name, "help") != 0)) {
+        err(name.isEmpty() ? QStringLiteral("no command given") : QStringLiteral("unknown command ") + name);
+        print(commandline::usageLines(program, program.own) +
+                  QStringLiteral("Run \"brightloom-cli help\" for the commands.\n"),
+              true);
+        return 2;
+    }
+    try {
+        args = Arguments(*command, words.mid(1));
+    } catch (const UsageError& e) {
+        err(QString::fromUtf8(e.what()));
+        print(commandline::shortUsage(program, *command), true);
+        return 2;
+    }
+    if (args.helpRequested()) {
+        print(commandline::commandHelp(program, *command));
+        return 0;
+    }
+    if (qstrcmp(command->name, "help") == 0) {
+        if (args.positionalCount() == 0) {
+            print(commandline::programHelp(program));
+            return 0;
+        }
+        const QString asked = args.positional(0, "command");
+        const CommandDescription* about = commandline::findCommand(program, asked.toUtf8().constData());
+        if (!about) {
+            err(QStringLiteral("unknown command ") + asked);
+            print(commandline::shortUsage(program, *command), true);
+            return 2;
+        }
+        print(commandline::commandHelp(program, *about));
+        return 0;
+    }
+    return std::nullopt;
 }
 
 // Qt's own warnings go to standard error like any other, less the one a headless session always
@@ -119,6 +176,13 @@ int main(int argc, char** argv)
     QStringList words;
     for (int i = 1; i < argc; ++i)
         words.append(QString::fromLocal8Bit(argv[i]));
+    const bool completing = words.value(0) == QLatin1String(brightloom::commandline::completeCommand);
+    const brightloom::commandline::CommandDescription* command = nullptr;
+    brightloom::cli::Arguments args;
+    if (!completing) {
+        if (const std::optional<int> status = brightloom::cli::answerWithoutRunning(words, command, args))
+            return *status;
+    }
     // Local builds draw app icons, which needs fonts and so a GUI application; the offscreen
     // platform keeps the command line free of any display.
     std::unique_ptr<QCoreApplication> app;
@@ -133,7 +197,11 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(QStringLiteral("Brightloom"));
     // Ctrl+C and a session's end stop the command through endProcess, which ends the build tools.
     brightloom::quitOnTerminationSignals(*app, brightloom::SignalStatus::shellConvention);
-    QTimer::singleShot(0, app.get(), [words] { brightloom::cli::runCommand(words); });
+    if (completing) {
+        QTimer::singleShot(0, app.get(), [kind = words.value(1)] { brightloom::cli::completeNames(kind); });
+    } else {
+        QTimer::singleShot(0, app.get(), [command, args] { brightloom::cli::runCommand(command, args); });
+    }
     const int status = app->exec();
     // The command saved what it changed and destroyed what it made before the loop ended, unless a
     // signal ended the loop: then endProcess's hooks end the build tools it left running.

@@ -33,10 +33,8 @@ void prepareAnswers(TerminalDialogs& dialogs, const Arguments& args)
 
 } // namespace
 
-QCoro::Task<int> newProject(API& api, QStringList words)
+QCoro::Task<int> newProject(API& api, Arguments args)
 {
-    const Arguments args =
-        parse(words, {"interval"}, {"local", "cloud", "yes", "import", "no-import", "follow"});
     const QString prompt = args.positional(0, "prompt");
     if (args.flag(QStringLiteral("local")) && args.flag(QStringLiteral("cloud")))
         throw UsageError(QStringLiteral("--local and --cloud exclude each other"));

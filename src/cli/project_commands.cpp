@@ -25,9 +25,8 @@ QString jobLine(const Job& job)
 
 } // namespace
 
-QCoro::Task<int> show(API& api, QStringList words)
+QCoro::Task<int> show(API& api, Arguments args)
 {
-    const Arguments args = parse(words, {}, {"json"});
     const ProjectDetail detail = co_await api.detail(args.positional(0, "project id"));
     if (args.flag(QStringLiteral("json"))) {
         out(QString::fromUtf8(encodeRecord(detail)));
@@ -42,18 +41,16 @@ QCoro::Task<int> show(API& api, QStringList words)
     co_return 0;
 }
 
-QCoro::Task<int> sendMessage(API& api, QStringList words)
+QCoro::Task<int> sendMessage(API& api, Arguments args)
 {
     // --fix sends the text as a request to repair a local compile failure, as the local build does.
-    const Arguments args = parse(words, {}, {"fix"});
     co_await api.send(args.positional(1, "text"), args.positional(0, "project id"),
                       args.flag(QStringLiteral("fix")));
     co_return 0;
 }
 
-QCoro::Task<int> download(API& api, QStringList words)
+QCoro::Task<int> download(API& api, Arguments args)
 {
-    const Arguments args = parse(words, {}, {"dmg", "zip"});
     const ProjectDetail detail = co_await api.detail(args.positional(0, "project id"));
     const Job* ready = nullptr;
     for (const Job& job : detail.jobs) {

@@ -4,12 +4,11 @@
 #include "platform/desktop_road.h"
 #include "platform/detached_start.h"
 #include "platform/mac_desktop.h"
+#include "platform/sign_in_handoff.h"
+#include "stdin_lines.h"
 
 #include <QStandardPaths>
-#include <QtConcurrent/QtConcurrentRun>
-#include <iostream>
-#include <qcoro/qcorofuture.h>
-#include <string>
+#include <qcoro/qcorosignal.h>
 
 namespace brightloom::cli {
 namespace {
@@ -30,32 +29,44 @@ void openInBrowser(const QUrl& page)
     startDetachedQuietly(opener, QStringList(page.toString(QUrl::FullyEncoded)));
 }
 
-std::optional<QString> readLine()
-{
-    std::string line;
-    if (!std::getline(std::cin, line))
-        return std::nullopt;
-    return QString::fromUtf8(line.data(), qsizetype(line.size())).trimmed();
-}
-
 } // namespace
 
 QCoro::Task<SignInPage::Outcome> TerminalSignInPage::show(QUrl page)
 {
+    // Listening before the page opens, so that the address cannot come back before anyone waits.
+    // When another command line waits already, this one takes the pasted address only.
+    SignInHandoff handoff;
+    const bool listening = handoff.listen();
+    StdinLines input;
+    std::optional<QString> handedOver;
+    QObject::connect(&handoff, &SignInHandoff::callbackReceived, &input,
+                     [&handedOver, &input](const QString& callback) {
+                         if (!handedOver)
+                             handedOver = callback;
+                         Q_EMIT input.changed();
+                     });
+
     err(QStringLiteral("Open this address in a browser and sign in:"));
     err(QStringLiteral("  ") + page.toString(QUrl::FullyEncoded));
-    err(QStringLiteral("Then paste the brightloom:// address the page leads to, and press Return:"));
+    err(listening
+            ? QStringLiteral("Waiting for the browser. Or paste the brightloom:// address the page leads "
+                             "to, and press Return:")
+            : QStringLiteral("Then paste the brightloom:// address the page leads to, and press Return:"));
     openInBrowser(page);
 
     Outcome outcome;
-    // Reading a line blocks, so it happens on the thread pool while the event loop runs on.
-    const std::optional<QString> line = co_await QtConcurrent::run(readLine);
-    if (!line) {
+    std::optional<QString> line;
+    while (!handedOver && !(line = input.takeLine()) && !input.atEnd())
+        co_await qCoro(&input, &StdinLines::changed);
+    if (handedOver) {
+        outcome.kind = Outcome::Callback;
+        outcome.callback = *handedOver;
+    } else if (line) {
+        outcome.kind = Outcome::Callback;
+        outcome.callback = line->trimmed();
+    } else {
         outcome.kind = Outcome::Cancelled;
-        co_return outcome;
     }
-    outcome.kind = Outcome::Callback;
-    outcome.callback = *line;
     co_return outcome;
 }
 

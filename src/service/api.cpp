@@ -97,7 +97,8 @@ API::API(QObject* parent)
     m_base = chooseBase(environment);
     // The address as written: the parsed form lowers the scheme's case and decodes escapes.
     m_baseText = acceptableBase(environment) ? environment : QString::fromLatin1(builtInAddress);
-    m_network->setCookieJar(new CookieJar(CookieJar::defaultFile(), m_network));
+    m_cookies = new CookieJar(CookieJar::defaultFolder(), m_network);
+    m_network->setCookieJar(m_cookies);
 }
 
 API::~API()
@@ -149,6 +150,8 @@ QUrl API::endpoint(const QString& path) const
 
 QCoro::Task<QByteArray> API::request(QString path, QByteArray method, std::optional<QJsonObject> body)
 {
+    // The session another process began or ended since the last call counts for this one.
+    co_await m_cookies->refresh();
     QUrl url = endpoint(path);
     std::optional<QByteArray> data;
     if (body)
@@ -169,6 +172,10 @@ QCoro::Task<QByteArray> API::request(QString path, QByteArray method, std::optio
             data ? m_network->sendCustomRequest(request, method, *data)
                  : m_network->sendCustomRequest(request, method));
         BoundedBody read = co_await readBounded(reply.get(), maxBytes, deadline);
+        // A session the reply began or ended is kept before the call goes on, failed or not, so that
+        // a process that ends right after it (the command line) leaves it for the next one. (Should
+        // the client go meanwhile, its jar goes too, and this never resumes.)
+        co_await m_cookies->settle();
 
         if (read.tooLarge)
             throw APIError(QStringLiteral("The service's reply was larger than ") + sizeText(maxBytes) +
@@ -178,7 +185,7 @@ QCoro::Task<QByteArray> API::request(QString path, QByteArray method, std::optio
         const QVariant statusValue = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
         const int status = statusValue.isValid() ? statusValue.toInt() : 0;
         if (status >= 400)
-            throw APIError(errorText(read.bytes, status));
+            throw APIError(errorText(read.bytes, status), status);
         if (reply->error() != QNetworkReply::NoError)
             throw TransportError(transportText(*reply));
         // Below 400 is success, redirects included: one within the service is followed, any other

@@ -24,6 +24,7 @@ class QThread;
 
 namespace brightloom {
 
+class CookieJar;
 class SignInPage;
 
 // The one client of the service: holds its address and the cookie session, sends every request,
@@ -138,6 +139,7 @@ private:
     QString serviceDownloadsFolder() const;
 
     QNetworkAccessManager* m_network;
+    CookieJar* m_cookies = nullptr;     // m_network's
     QNetworkAccessManager* m_downloads; // file downloads: no service cookies, no Origin; on its thread
     QThread* m_downloadThread;
     SignInPage* m_signInPage = nullptr;

@@ -1,6 +1,7 @@
 // Signing in and out, and the start-up check of a kept session.
 
 #include "api.h"
+#include "cookie_jar.h"
 #include "web_sign_in.h"
 
 #include <QJsonDocument>
@@ -101,6 +102,10 @@ QCoro::Task<> API::signOut()
     } catch (...) {
         // Signing out always ends signed out locally, reachable service or not.
     }
+    if (!self)
+        co_return;
+    // Whatever the service answered, the credential leaves the secret store and the disk.
+    co_await m_cookies->clear();
     if (!self)
         co_return;
     setSignedIn(false);

@@ -2,78 +2,113 @@
 
 #include "cookie_file.h"
 #include "platform/paths.h"
+#include "session_store.h"
 
-#include <QFile>
-#include <QFileInfo>
-#include <QSaveFile>
+#include <QPointer>
+#include <qcoro/qcorosignal.h>
 
 namespace brightloom {
 
-CookieJar::CookieJar(QString file, QObject* parent) : QNetworkCookieJar(parent), m_file(std::move(file))
-{
-    reloadIfChanged();
-}
+CookieJar::CookieJar(QString folder, QObject* parent) : QNetworkCookieJar(parent), m_folder(std::move(folder))
+{}
 
-QString CookieJar::defaultFile()
+QString CookieJar::defaultFolder()
 {
-    return paths::dataFolder() + QStringLiteral("/cookies");
+    return paths::dataFolder();
 }
 
 QList<QNetworkCookie> CookieJar::cookiesForUrl(const QUrl& url) const
 {
-    reloadIfChanged();
     return QNetworkCookieJar::cookiesForUrl(url);
 }
 
 bool CookieJar::setCookiesFromUrl(const QList<QNetworkCookie>& cookies, const QUrl& url)
 {
-    reloadIfChanged();
     const bool changed = QNetworkCookieJar::setCookiesFromUrl(cookies, url);
-    if (changed)
-        save();
+    if (changed) {
+        m_dirty = true;
+        startWork();
+    }
     return changed;
 }
 
 bool CookieJar::deleteCookie(const QNetworkCookie& cookie)
 {
-    reloadIfChanged();
     const bool changed = QNetworkCookieJar::deleteCookie(cookie);
-    if (changed)
-        save();
+    if (changed) {
+        m_dirty = true;
+        startWork();
+    }
     return changed;
 }
 
-void CookieJar::reloadIfChanged() const
+QCoro::Task<> CookieJar::refresh()
 {
-    const QFileInfo info(m_file);
-    if (!info.exists() || info.isSymLink()) {
-        m_stamp = {};
-        m_size = -1;
-        return;
+    QPointer<CookieJar> self(this);
+    for (;;) {
+        if (m_working) {
+            co_await qCoro(this, &CookieJar::settled);
+            if (!self)
+                co_return;
+            continue;
+        }
+        if (m_seen && *m_seen == SessionStore::marker(m_folder))
+            co_return;
+        m_reload = true;
+        startWork();
     }
-    if (info.lastModified() == m_stamp && info.size() == m_size)
-        return;
-    QFile file(m_file);
-    if (!file.open(QIODevice::ReadOnly))
-        return;
-    m_stamp = info.lastModified();
-    m_size = info.size();
-    const QList<QNetworkCookie> cookies = CookieFile::read(file.readAll(), QDateTime::currentDateTimeUtc());
-    const_cast<CookieJar*>(this)->setAllCookies(cookies);
 }
 
-void CookieJar::save()
+QCoro::Task<> CookieJar::settle()
 {
-    QSaveFile file(m_file);
-    if (!file.open(QIODevice::WriteOnly))
-        return;
-    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-    file.write(CookieFile::write(allCookies(), QDateTime::currentDateTimeUtc()));
-    if (file.commit()) {
-        const QFileInfo info(m_file);
-        m_stamp = info.lastModified();
-        m_size = info.size();
+    QPointer<CookieJar> self(this);
+    while (self && m_working)
+        co_await qCoro(this, &CookieJar::settled);
+}
+
+QCoro::Task<> CookieJar::clear()
+{
+    setAllCookies({});
+    m_dirty = true;
+    startWork();
+    co_await settle();
+}
+
+void CookieJar::startWork()
+{
+    if (!m_working)
+        work();
+}
+
+// One reader or writer at a time, so a change is never overtaken by an older one. Started without
+// being awaited: those who wait for it wait for `settled`.
+QCoro::Task<> CookieJar::work()
+{
+    QPointer<CookieJar> self(this);
+    m_working = true;
+    while (m_dirty || m_reload) {
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        if (m_dirty) {
+            // Whatever changes from here on is written by the next round.
+            m_dirty = false;
+            const QByteArray marker =
+                co_await SessionStore::save(m_folder, CookieFile::write(allCookies(), now));
+            if (!self)
+                co_return;
+            m_seen = marker;
+        } else {
+            m_reload = false;
+            const SessionStore::Loaded loaded = co_await SessionStore::load(m_folder);
+            if (!self)
+                co_return;
+            m_seen = loaded.marker;
+            // A change made here meanwhile is newer than what was read, and is written next.
+            if (!m_dirty)
+                setAllCookies(CookieFile::read(loaded.cookies, QDateTime::currentDateTimeUtc()));
+        }
     }
+    m_working = false;
+    Q_EMIT settled();
 }
 
 } // namespace brightloom

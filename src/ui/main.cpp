@@ -2,8 +2,10 @@
 // sign-in finishes), it hands the address to the running window and exits; started plainly while a
 // window runs, it brings that window to the front.
 
+#include "commandline/help_text.h"
 #include "platform/process_end.h"
 #include "platform/quit_on_signals.h"
+#include "platform/sign_in_handoff.h"
 #include "platform/version.h"
 #include "ui/app/brightloom_app.h"
 #include "ui/app/first_frame_exit.h"
@@ -50,11 +52,24 @@ int runWindow(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    // Both print and end before anything else is made: no window, no display needed.
     for (int i = 1; i < argc; ++i) {
         if (qstrcmp(argv[i], "--version") == 0) {
             std::printf("brightloom %s\n", BRIGHTLOOM_VERSION);
             return 0;
         }
+        if (qstrcmp(argv[i], "--help") == 0 || qstrcmp(argv[i], "-h") == 0) {
+            const QByteArray help =
+                brightloom::commandline::programHelp(brightloom::commandline::windowProgram()).toUtf8();
+            std::fwrite(help.constData(), 1, size_t(help.size()), stdout);
+            return 0;
+        }
+        // A command line waiting for a browser sign-in takes the address first, before anything that
+        // needs a display is made; otherwise the window does.
+        const QString argument = QString::fromLocal8Bit(argv[i]);
+        if (QUrl(argument).scheme() == QLatin1String("brightloom") &&
+            brightloom::SignInHandoff::offer(argument))
+            return 0;
     }
     brightloom::endProcess(runWindow(argc, argv));
 }

@@ -1,4 +1,5 @@
 #include "child_process.h"
+#include "cli_fixture.h"
 #include "mac_desktop_log.h"
 #include "qt_printers.h"
 #include "recording_server.h"
@@ -10,61 +11,6 @@
 #include <gtest/gtest.h>
 
 using namespace brightloom::test;
-
-namespace {
-
-const QByteArray projectsReply =
-    R"({"projects":[{"id":"p1","name":"Timer"},{"id":"p2","name":"Imported","unsafe":true},{"id":"p3","name":"Safe","unsafe":false}]})";
-
-ScriptedReply withCookie(ScriptedReply reply, const QByteArray& cookie)
-{
-    reply.headers.append(qMakePair(QByteArray("Set-Cookie"), cookie));
-    return reply;
-}
-
-// The command line against a scripted HTTPS service whose certificate is trusted only through
-// BRIGHTLOOM_CA_FILE.
-class CliTest : public ::testing::Test
-{
-protected:
-    CliTest() : server(TestCertificate::shared().certificate, TestCertificate::shared().key)
-    {
-        home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
-        home.setEnv("BRIGHTLOOM_CA_FILE", TestCertificate::shared().caFile.toUtf8());
-        server.on(QStringLiteral("POST /api/auth/sign-in/email"),
-                  withCookie(ScriptedReply::json(200, R"({"user":{}})"),
-                             "brightloom.session_token=tok-SECRET; Path=/; HttpOnly; Secure; Max-Age=3600"));
-        server.setHandler([this](const RecordedRequest& request) -> ScriptedReply {
-            if (request.path() == QLatin1String("/api/projects") &&
-                request.header("Cookie") != QByteArray("brightloom.session_token=tok-SECRET"))
-                return ScriptedReply::json(401, R"({"message":"Unauthorized"})");
-            if (request.path() == QLatin1String("/api/projects"))
-                return ScriptedReply::json(200, projectsReply);
-            if (request.path() == QLatin1String("/api/auth/sign-in/email"))
-                return signInReply;
-            if (request.path() == QLatin1String("/api/projects/p1"))
-                return detailReply;
-            if (request.path() == QLatin1String("/api/auth/get-session"))
-                return ScriptedReply::json(200,
-                                           request.hasHeader("Cookie") ? R"({"user":{"id":"u"}})" : "null");
-            if (request.path() == QLatin1String("/api/auth/one-time-token/verify"))
-                return signInReply;
-            if (request.path() == QLatin1String("/api/auth/sign-out"))
-                return withCookie(ScriptedReply::json(200, "{}"),
-                                  "brightloom.session_token=; Path=/; Max-Age=0");
-            return ScriptedReply::json(404, R"({"message":"Not found"})");
-        });
-    }
-
-    TempHome home;
-    RecordingServer server;
-    ScriptedReply detailReply = ScriptedReply::json(404, R"({"message":"Not found"})");
-    ScriptedReply signInReply =
-        withCookie(ScriptedReply::json(200, R"({"user":{}})"),
-                   "brightloom.session_token=tok-SECRET; Path=/; HttpOnly; Secure; Max-Age=3600");
-};
-
-} // namespace
 
 TEST_F(CliTest, SessionSurvivesIntoTheNextProcess)
 {
@@ -126,10 +72,12 @@ TEST_F(CliTest, ProjectsAsJsonKeepTheRecords)
 
 TEST_F(CliTest, FailurePrintsTheErrorTextAloneOnOneLineAndExitsOne)
 {
-    const auto list = runCli({QStringLiteral("projects")});
-    EXPECT_EQ(list.exitCode, 1);
-    EXPECT_EQ(list.err, QStringLiteral("Unauthorized\n"));
-    EXPECT_TRUE(list.out.isEmpty());
+    runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a"),
+            QStringLiteral("--password"), QStringLiteral("b")});
+    const auto shown = runCli({QStringLiteral("show"), QStringLiteral("no-such-project")});
+    EXPECT_EQ(shown.exitCode, 1);
+    EXPECT_EQ(shown.err, QStringLiteral("Not found\n"));
+    EXPECT_TRUE(shown.out.isEmpty());
 
     signInReply = ScriptedReply::json(401, R"({"message":"Invalid email or password"})");
     const auto login = runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a"),
@@ -264,8 +212,9 @@ TEST_F(CliTest, UnknownCommandOrMissingOptionIsAUsageError)
     const auto unknown = runCli({QStringLiteral("frobnicate")});
     EXPECT_EQ(unknown.exitCode, 2);
     EXPECT_TRUE(unknown.err.startsWith(QStringLiteral("unknown command frobnicate\nusage:")));
-    const auto missing = runCli({QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("a")});
+    const auto missing = runCli({QStringLiteral("login"), QStringLiteral("--password"), QStringLiteral("a")});
     EXPECT_EQ(missing.exitCode, 2);
-    EXPECT_TRUE(missing.err.startsWith(QStringLiteral("missing --password\n")));
+    EXPECT_TRUE(missing.err.startsWith(QStringLiteral("missing --email\nusage: brightloom-cli login")))
+        << missing.err.toStdString();
     EXPECT_TRUE(server.requests().isEmpty());
 }

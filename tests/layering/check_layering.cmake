@@ -11,7 +11,7 @@ if(NOT SOURCE_DIR OR NOT IS_DIRECTORY "${SOURCE_DIR}")
   message(FATAL_ERROR "SOURCE_DIR must name the src folder")
 endif()
 
-set(layers text threads platform archive service localbuild conversation library shell ui cli)
+set(layers text commandline threads platform archive service localbuild conversation library shell ui cli)
 set(violations "")
 
 # The names `file` includes, quoted or in angle brackets, one per include line.

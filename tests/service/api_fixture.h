@@ -13,7 +13,12 @@ namespace brightloom::test {
 class ApiTest : public ::testing::Test
 {
 protected:
-    ApiTest() { home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8()); }
+    ApiTest()
+    {
+        home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
+        // The session stays in the home's file: these tests must never reach the person's keyring.
+        home.setEnv("BRIGHTLOOM_SESSION_STORE", "file");
+    }
 
     TempHome home;
     RecordingServer server;

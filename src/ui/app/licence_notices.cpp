@@ -14,6 +14,8 @@ QList<LicenceNotice> licenceNotices()
          QStringLiteral("Copyright (c) 2021 Daniel Vrátil and the QCoro contributors.")},
         {QStringLiteral("JSON for Modern C++"), QStringLiteral("MIT"),
          QStringLiteral("Copyright (c) 2013-2022 Niels Lohmann.")},
+        {QStringLiteral("QtKeychain"), QStringLiteral("BSD 3-Clause"),
+         QStringLiteral("Copyright (C) 2011-2019 Frank Osterfeld and the QtKeychain contributors.")},
         {QStringLiteral("libarchive"), QStringLiteral("BSD 2-Clause"),
          QStringLiteral("Copyright (c) 2003-2018 Tim Kientzle and the libarchive contributors.")},
         {QStringLiteral("zlib"), QStringLiteral("zlib"),
