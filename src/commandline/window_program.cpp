@@ -3,6 +3,24 @@
 #include "program_description.h"
 
 namespace brightloom::commandline {
+namespace {
+
+// Made apart from the program's description: GCC 14 takes the nested lists of one aggregate for
+// possibly uninitialised on its unwinding road.
+CommandDescription ownArguments()
+{
+    return {
+        "brightloom",
+        "brightloom [ADDRESS]\nbrightloom --help\nbrightloom --version",
+        "",
+        "",
+        {{"ADDRESS", "A brightloom:// address, which the desktop passes when a browser sign-in ends.", true}},
+        {{"help", nullptr, "Print this help and exit, without opening a window."},
+         {"version", nullptr, "Print the version and exit, without opening a window."}},
+        {{"brightloom", "Opens the window, or brings the running one to the front."}}};
+}
+
+} // namespace
 
 const ProgramDescription& windowProgram()
 {
@@ -15,15 +33,7 @@ const ProgramDescription& windowProgram()
         "runs at a time: a second start brings the running window to the front. The desktop starts the "
         "program with a brightloom://callback address when a sign-in in the browser ends; the program "
         "hands that address to the window or command line waiting for it and exits.",
-        {"brightloom",
-         "brightloom [ADDRESS]\nbrightloom --help\nbrightloom --version",
-         "",
-         "",
-         {{"ADDRESS", "A brightloom:// address, which the desktop passes when a browser sign-in ends.",
-           true}},
-         {{"help", nullptr, "Print this help and exit, without opening a window."},
-          {"version", nullptr, "Print the version and exit, without opening a window."}},
-         {{"brightloom", "Opens the window, or brings the running one to the front."}}},
+        ownArguments(),
         {},
         {{"BRIGHTLOOM_URL", "The service's base address (https://brightloom.app/ when unset)."},
          {"BRIGHTLOOM_CA_FILE", "A PEM file of certificates to trust besides the system's."},
