@@ -135,6 +135,7 @@ QCoro::Task<QString> fetchSource(QNetworkAccessManager& network, QString from, Q
 
 QCoro::Task<QString> fetchSource(API& api, QString from, QString job)
 {
+    co_await api.tlsLoaded();
     co_return co_await fetchSource(api.downloadSession(), std::move(from), std::move(job));
 }
 

@@ -11,6 +11,7 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QSslSocket>
 #include <QThread>
 #include <memory>
 #include <qcoro/qcoronetworkreply.h>
@@ -92,7 +93,12 @@ API::API(QObject* parent)
     m_downloadThread->setObjectName(QStringLiteral("Brightloom downloads"));
     m_downloads->moveToThread(m_downloadThread);
     m_downloadThread->start();
-    applyExtraTrust();
+    // Loading the TLS library and reading the extra trust take a good part of a start; on the pool
+    // they overlap the first frame instead of coming before it.
+    m_tls = QtConcurrent::run([] {
+        applyExtraTrust();
+        QSslSocket::supportsSsl();
+    });
     const QString environment = qEnvironmentVariable("BRIGHTLOOM_URL");
     m_base = chooseBase(environment);
     // The address as written: the parsed form lowers the scheme's case and decodes escapes.
@@ -103,6 +109,8 @@ API::API(QObject* parent)
 
 API::~API()
 {
+    // The TLS library connects to the application while it loads: it must not outlive it.
+    m_tls.waitForFinished();
     // The session goes on its own thread, which deletes it as it finishes; transfers still under way
     // end with it.
     m_downloads->deleteLater();
@@ -148,8 +156,15 @@ QUrl API::endpoint(const QString& path) const
     return url;
 }
 
+QCoro::Task<> API::tlsLoaded()
+{
+    if (!m_tls.isFinished())
+        co_await m_tls;
+}
+
 QCoro::Task<QByteArray> API::request(QString path, QByteArray method, std::optional<QJsonObject> body)
 {
+    co_await tlsLoaded();
     // The session another process began or ended since the last call counts for this one.
     co_await m_cookies->refresh();
     QUrl url = endpoint(path);

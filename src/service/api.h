@@ -112,6 +112,11 @@ public:
     // Fetches an app archive, unpacks it into a fresh folder of Downloads and answers the app's path.
     QCoro::Task<QString> downloadApp(QString from, DownloadProgress progress = {});
 
+    // Waits, once, for the TLS library and the extra trust, which load on the thread pool while the
+    // window paints its first frame. Every request and download waits for it; so must a user of
+    // downloadSession().
+    QCoro::Task<> tlsLoaded();
+
     // The session file downloads go through (no service cookies, extra trust applied). It lives on a
     // thread of its own: use it only through fetchToFile().
     QNetworkAccessManager& downloadSession() const { return *m_downloads; }
@@ -142,6 +147,7 @@ private:
     CookieJar* m_cookies = nullptr;     // m_network's
     QNetworkAccessManager* m_downloads; // file downloads: no service cookies, no Origin; on its thread
     QThread* m_downloadThread;
+    QFuture<void> m_tls; // loading the TLS library and the extra trust
     SignInPage* m_signInPage = nullptr;
     Limits m_limits;
     double m_clockRate = 1;

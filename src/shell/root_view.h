@@ -24,6 +24,7 @@ public:
     Screen screen() const { return m_screen; }
     // Asks the service whether the stored session still holds; only the first call does anything.
     void start();
+    bool started() const { return m_started; }
 
 Q_SIGNALS:
     void screenChanged();

@@ -5,10 +5,18 @@
 #include "shell/root_view.h"
 #include "ui/shared/busy_spinner.h"
 
+#include <QEvent>
 #include <QStackedLayout>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace brightloom::ui {
+namespace {
+
+// How long the session check waits for a first frame that does not come.
+constexpr std::chrono::milliseconds firstFrameAtTheLatest(250);
+
+} // namespace
 
 RootViewWidget::RootViewWidget(RootView& model, Screens screens, QWidget* parent)
     : QWidget(parent), m_screens(std::move(screens)), m_model(&model), m_stack(new QStackedLayout(this)),
@@ -36,7 +44,30 @@ MainViewWidget* RootViewWidget::mainView() const
 void RootViewWidget::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
-    m_model->start();
+    if (m_startQueued)
+        return;
+    m_startQueued = true;
+    // The check waits for the spinner's first frame, so that nothing it needs (the session's store,
+    // the TLS library) comes before that frame. A window that is never painted (started minimised,
+    // or on a platform that paints nothing) starts it a moment later all the same.
+    m_spinnerPage->installEventFilter(this);
+    QTimer::singleShot(firstFrameAtTheLatest, this, &RootViewWidget::startChecking);
+}
+
+bool RootViewWidget::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_spinnerPage && event->type() == QEvent::Paint) {
+        m_spinnerPage->removeEventFilter(this);
+        // Queued: the frame being painted reaches the screen first.
+        QMetaObject::invokeMethod(this, &RootViewWidget::startChecking, Qt::QueuedConnection);
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void RootViewWidget::startChecking()
+{
+    m_spinnerPage->removeEventFilter(this);
+    m_model->start(); // does nothing the second time
 }
 
 void RootViewWidget::showScreen()

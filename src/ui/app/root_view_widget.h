@@ -17,8 +17,9 @@ class AuthViewWidget;
 class MainViewWidget;
 
 // The window's content: a centred spinner while the session is restored, then the main screen or
-// the sign-in screen. Each is made afresh when it appears, so signing out drops the main screen and
-// its selection, and the sign-in form starts empty.
+// the sign-in screen. The spinner is the first frame, painted before the session check begins. Each is made
+// afresh when it appears, so signing out drops the main screen and its selection, and the sign-in form starts
+// empty.
 class RootViewWidget final : public QWidget
 {
     Q_OBJECT
@@ -39,9 +40,12 @@ Q_SIGNALS:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void showScreen();
+    // Starts the session check once, after the first frame.
+    void startChecking();
 
     Screens m_screens;
     RootView* m_model;
@@ -49,6 +53,7 @@ private:
     QWidget* m_spinnerPage;
     QPointer<QWidget> m_auth;
     QPointer<QWidget> m_main;
+    bool m_startQueued = false;
 };
 
 } // namespace brightloom::ui
