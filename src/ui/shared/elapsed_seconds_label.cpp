@@ -2,6 +2,10 @@
 
 #include "text/elapsed_seconds.h"
 
+#include <QEvent>
+#include <QFontMetrics>
+#include <algorithm>
+
 namespace brightloom::ui {
 
 ElapsedSecondsLabel::ElapsedSecondsLabel(QWidget* parent)
@@ -29,7 +33,41 @@ void ElapsedSecondsLabel::setClock(Clock clock)
 
 void ElapsedSecondsLabel::redraw()
 {
-    setText(ElapsedSeconds::text(m_since, m_clock()));
+    const QString shown = ElapsedSeconds::text(m_since, m_clock());
+    if (shown == text())
+        return;
+    keepSizeFor(shown);
+    setText(shown);
+}
+
+void ElapsedSecondsLabel::keepSizeFor(const QString& shown)
+{
+    // As wide as any text of this shape can be, every digit the widest: a tick then changes nothing
+    // of the label's size, so the layout around it is left alone and the label alone repaints. The
+    // size changes only when the text grows a digit or a minute.
+    const QFontMetrics metrics = fontMetrics();
+    int widestDigit = 0;
+    for (char digit = '0'; digit <= '9'; ++digit)
+        widestDigit = std::max(widestDigit, metrics.horizontalAdvance(QLatin1Char(digit)));
+    int width = 0;
+    for (const QChar c : shown)
+        width += c.isDigit() ? widestDigit : metrics.horizontalAdvance(c);
+    const QMargins margins = contentsMargins();
+    const QSize size(width + margins.left() + margins.right() + 2 * margin(),
+                     metrics.height() + margins.top() + margins.bottom() + 2 * margin());
+    if (size != m_keptSize) {
+        m_keptSize = size;
+        setFixedSize(size);
+    }
+}
+
+void ElapsedSecondsLabel::changeEvent(QEvent* event)
+{
+    QLabel::changeEvent(event);
+    if (event->type() == QEvent::FontChange) {
+        m_keptSize = {};
+        keepSizeFor(text());
+    }
 }
 
 void ElapsedSecondsLabel::showEvent(QShowEvent* event)

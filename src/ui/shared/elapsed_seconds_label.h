@@ -34,11 +34,16 @@ public Q_SLOTS:
 protected:
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
+    // Fixes the label's size to the widest text of the shape of `shown`.
+    void keepSizeFor(const QString& shown);
+
     QDateTime m_since;
     Clock m_clock;
     QTimer m_timer;
+    QSize m_keptSize;
 };
 
 } // namespace brightloom::ui
