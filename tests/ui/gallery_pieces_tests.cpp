@@ -60,14 +60,27 @@ TEST(ElidedLabelTest, CutsTheLastLineWithAnEllipsisAndKeepsTheWholeText)
     EXPECT_TRUE(label.toolTip().isEmpty());
 }
 
-TEST(BusySpinnerTest, TurnsOnlyWhileShown)
+TEST(BusySpinnerTest, TurnsOnlyWhileShownInTheActiveWindow)
 {
     QWidget window;
     auto* spinner = new BusySpinner(16, &window);
     EXPECT_FALSE(spinner->turning());
     window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
     EXPECT_TRUE(spinner->turning());
     spinner->hide();
     EXPECT_FALSE(spinner->turning());
+    spinner->show();
+    EXPECT_TRUE(spinner->turning());
+
+    // Another window in front: it stands still until its own comes back.
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
+    EXPECT_FALSE(spinner->turning());
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    EXPECT_TRUE(spinner->turning());
 }

@@ -1,5 +1,6 @@
 #include "busy_spinner.h"
 
+#include <QEvent>
 #include <QPainter>
 
 namespace brightloom::ui {
@@ -33,13 +34,30 @@ void BusySpinner::paintEvent(QPaintEvent*)
 void BusySpinner::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
-    m_timer.start();
+    follow();
 }
 
 void BusySpinner::hideEvent(QHideEvent* event)
 {
     QWidget::hideEvent(event);
     m_timer.stop();
+}
+
+bool BusySpinner::event(QEvent* event)
+{
+    const bool handled = QWidget::event(event);
+    // The window's activation reaches every visible widget in it.
+    if (event->type() == QEvent::WindowActivate || event->type() == QEvent::WindowDeactivate)
+        follow();
+    return handled;
+}
+
+void BusySpinner::follow()
+{
+    if (isVisible() && isActiveWindow())
+        m_timer.start();
+    else
+        m_timer.stop();
 }
 
 } // namespace brightloom::ui

@@ -5,7 +5,9 @@
 
 namespace brightloom::ui {
 
-// A small turning arc that says work is under way. It turns only while it is shown.
+// A small turning arc that says work is under way. It turns only while it is shown in the active
+// window: in a window behind others nobody watches it, and its 25 frames a second would keep the
+// machine awake for nothing. Elsewhere it stands still, still saying work is under way.
 class BusySpinner final : public QWidget
 {
     Q_OBJECT
@@ -21,8 +23,12 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
+    // Turns when shown in the active window, stands still otherwise.
+    void follow();
+
     int m_side;
     int m_angle = 0;
     QTimer m_timer;
