@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QLocalServer>
+#include "line_socket.h"
+
 #include <QObject>
 #include <QString>
 
@@ -34,10 +35,9 @@ Q_SIGNALS:
     void callbackReceived(const QString& callback);
 
 private:
-    void accept();
+    bool take(const QByteArray& line);
 
-    QString m_path;
-    QLocalServer m_server;
+    LineSocket m_socket;
 };
 
 } // namespace brightloom

@@ -4,21 +4,18 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QFileOpenEvent>
-#include <QLocalSocket>
 #include <QStandardPaths>
 #include <QUrl>
 
 namespace brightloom::ui {
 namespace {
 
-// A request is one line: "raise", or "callback " and the address. Nothing longer is read.
-constexpr qint64 maxRequest = 16 * 1024;
-
+// A request is one line: "raise", or "callback " and the address.
 QByteArray requestFor(const QString& callback)
 {
     if (callback.isEmpty())
-        return QByteArrayLiteral("raise\n");
-    return QByteArrayLiteral("callback ") + callback.toUtf8() + '\n';
+        return QByteArrayLiteral("raise");
+    return QByteArrayLiteral("callback ") + callback.toUtf8();
 }
 
 } // namespace
@@ -32,11 +29,8 @@ QString SingleInstance::defaultSocketPath()
 }
 
 SingleInstance::SingleInstance(QString socketPath, QObject* parent)
-    : QObject(parent), m_path(std::move(socketPath))
+    : QObject(parent), m_socket(std::move(socketPath), [this](const QByteArray& line) { return take(line); })
 {
-    // Only this user may connect.
-    m_server.setSocketOptions(QLocalServer::UserAccessOption);
-    connect(&m_server, &QLocalServer::newConnection, this, &SingleInstance::accept);
     if (QCoreApplication* app = QCoreApplication::instance())
         app->installEventFilter(this);
 }
@@ -46,57 +40,27 @@ SingleInstance::~SingleInstance() = default;
 bool SingleInstance::forward(const QString& callback, int timeoutMs)
 {
     // This runs before any window exists, so waiting here stalls nothing the user sees.
-    QLocalSocket socket;
-    socket.connectToServer(m_path);
-    if (!socket.waitForConnected(timeoutMs))
-        return false;
-    socket.write(requestFor(callback));
-    if (!socket.waitForBytesWritten(timeoutMs))
-        return false;
-    // The running instance answers once it has the request, so nothing is lost if this exits now.
-    if (!socket.waitForReadyRead(timeoutMs))
-        return false;
-    return socket.readLine(16).trimmed() == "ok";
+    return LineSocket::send(m_socket.path(), requestFor(callback), timeoutMs);
 }
 
 bool SingleInstance::listen()
 {
-    // Someone answers there: that one is the running instance. (Listening with access options would
-    // silently take the path over, so this is asked first.)
-    QLocalSocket probe;
-    probe.connectToServer(m_path);
-    if (probe.waitForConnected(500)) {
-        probe.abort();
-        return false;
-    }
-    // Nobody answers: nothing is there, or a crashed run left its socket behind.
-    QLocalServer::removeServer(m_path);
-    return m_server.listen(m_path);
+    return m_socket.listen();
 }
 
-void SingleInstance::accept()
+bool SingleInstance::take(const QByteArray& line)
 {
-    while (QLocalSocket* socket = m_server.nextPendingConnection()) {
-        connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
-        connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
-            if (!socket->canReadLine()) {
-                if (socket->bytesAvailable() > maxRequest)
-                    socket->abort();
-                return;
-            }
-            const QByteArray line = socket->readLine(maxRequest).trimmed();
-            socket->write("ok\n");
-            socket->flush();
-            socket->disconnectFromServer();
-            if (line == "raise") {
+    // Acted on once the sender has its answer.
+    QMetaObject::invokeMethod(
+        this,
+        [this, line] {
+            if (line == "raise")
                 Q_EMIT raiseRequested();
-                return;
-            }
-            if (!line.startsWith("callback "))
-                return;
-            takeCallback(QString::fromUtf8(line.mid(9)));
-        });
-    }
+            else if (line.startsWith("callback "))
+                takeCallback(QString::fromUtf8(line.mid(9)));
+        },
+        Qt::QueuedConnection);
+    return true;
 }
 
 bool SingleInstance::eventFilter(QObject* watched, QEvent* event)

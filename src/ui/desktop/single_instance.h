@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QLocalServer>
+#include "platform/line_socket.h"
+
 #include <QObject>
 #include <QString>
 
@@ -30,8 +31,8 @@ public:
 
     // Becomes the running instance; answers false when the socket cannot be made.
     bool listen();
-    bool listening() const { return m_server.isListening(); }
-    const QString& socketPath() const { return m_path; }
+    bool listening() const { return m_socket.listening(); }
+    const QString& socketPath() const { return m_socket.path(); }
 
 Q_SIGNALS:
     // Another start or the desktop brought a sign-in callback. Whoever waits for one takes it; when
@@ -44,12 +45,12 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void accept();
+    // A request from another start: answers that it is taken, and acts on it once answered.
+    bool take(const QByteArray& line);
     // Passes on an address of our own scheme; anything else is dropped.
     void takeCallback(const QString& callback);
 
-    QString m_path;
-    QLocalServer m_server;
+    LineSocket m_socket;
 };
 
 } // namespace brightloom::ui
