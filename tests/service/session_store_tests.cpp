@@ -192,6 +192,16 @@ protected:
         }
         return false;
     }
+    // Signs in on `env` within `limitMs`, the time a road without a prompt takes at most.
+    void signInWithin(const QProcessEnvironment& env, qint64 limitMs = promptlyMs)
+    {
+        QElapsedTimer took;
+        took.start();
+        const ProcessResult signedIn = login(env);
+        EXPECT_LT(took.elapsed(), limitMs);
+        ASSERT_EQ(signedIn.exitCode, 0) << signedIn.err.toStdString();
+    }
+
     void expectOwnerOnlyFileWithTheSession()
     {
         ASSERT_TRUE(QFile::exists(cookieFile()));
@@ -300,11 +310,7 @@ TEST_F(SessionStoreTest, ALockedKeyringIsPassedOverForTheFileWithoutAPrompt)
     ASSERT_TRUE(keyring.lock());
     AbsentPerson person(bus);
     ASSERT_TRUE(person.registered);
-    QElapsedTimer took;
-    took.start();
-    const ProcessResult signedIn = login(on(bus));
-    EXPECT_LT(took.elapsed(), promptlyMs);
-    ASSERT_EQ(signedIn.exitCode, 0) << signedIn.err.toStdString();
+    signInWithin(on(bus));
     expectOwnerOnlyFileWithTheSession();
     EXPECT_EQ(session(on(bus)), QStringLiteral("signed in\n"));
     EXPECT_EQ(person.asked, 0);
@@ -333,11 +339,7 @@ TEST_F(SessionStoreTest, WithoutASessionBusTheSessionIsKeptInAnOwnerOnlyFile)
 TEST_F(SessionStoreTest, ABusWithoutASecretServiceFallsBackToTheFileAtOnce)
 {
     ASSERT_TRUE(bus.running()) << bus.failure().toStdString();
-    QElapsedTimer took;
-    took.start();
-    const ProcessResult signedIn = login(on(bus));
-    EXPECT_LT(took.elapsed(), promptlyMs);
-    ASSERT_EQ(signedIn.exitCode, 0) << signedIn.err.toStdString();
+    signInWithin(on(bus));
     expectOwnerOnlyFileWithTheSession();
     EXPECT_EQ(session(on(bus)), QStringLiteral("signed in\n"));
 }
@@ -350,11 +352,7 @@ TEST_F(SessionStoreTest, AStartableSecretServiceWithoutAKeyringIsNotAskedToMakeO
     ASSERT_TRUE(desktopBus.running()) << desktopBus.failure().toStdString();
     AbsentPerson person(desktopBus);
     ASSERT_TRUE(person.registered);
-    QElapsedTimer took;
-    took.start();
-    const ProcessResult signedIn = login(on(desktopBus));
-    EXPECT_LT(took.elapsed(), promptlyMs);
-    ASSERT_EQ(signedIn.exitCode, 0) << signedIn.err.toStdString();
+    signInWithin(on(desktopBus));
     EXPECT_TRUE(desktopBus.hasOwner(QStringLiteral("org.freedesktop.secrets")));
     EXPECT_EQ(person.asked, 0);
     expectOwnerOnlyFileWithTheSession();
@@ -371,11 +369,7 @@ TEST_F(SessionStoreTest, ASecretServiceThatNeverAnswersIsGivenUpForTheFile)
                                         QDBusConnection::ExportAllSlots));
         ASSERT_TRUE(side.registerService(QStringLiteral("org.freedesktop.secrets")));
     }
-    QElapsedTimer took;
-    took.start();
-    const ProcessResult signedIn = login(on(bus));
-    EXPECT_LT(took.elapsed(), 2 * promptlyMs);
-    EXPECT_EQ(signedIn.exitCode, 0) << signedIn.err.toStdString();
+    signInWithin(on(bus), 2 * promptlyMs);
     EXPECT_GE(stuck.asked, 1);
     expectOwnerOnlyFileWithTheSession();
     QDBusConnection::disconnectFromBus(QStringLiteral("stuck-secret-service"));
@@ -387,11 +381,7 @@ TEST_F(SessionStoreTest, AProcessWithoutGLibsLoopKeepsTheSessionInTheFile)
     startKeyring();
     QProcessEnvironment env = on(bus);
     env.insert(QStringLiteral("QT_NO_GLIB"), QStringLiteral("1"));
-    QElapsedTimer took;
-    took.start();
-    const ProcessResult signedIn = login(env);
-    EXPECT_LT(took.elapsed(), promptlyMs);
-    ASSERT_EQ(signedIn.exitCode, 0) << signedIn.err.toStdString();
+    signInWithin(env);
     expectOwnerOnlyFileWithTheSession();
     EXPECT_FALSE(kept());
 }
