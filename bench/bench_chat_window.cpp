@@ -15,7 +15,12 @@
 //
 // Waiting lets the event loop sleep, so the main thread's processor time is the work done on it.
 //
-//   bench_chat_window [open|refresh|scroll|all] [--rounds=N]
+//   memory   the growth of the resident memory from a conversation of 10 messages to one of 10,000,
+//            per message, against the bytes per message of the service's reply (goal: at most 4x);
+//            measured once, in a process of its own, since freed memory is not given back to the
+//            system and a second measure would reuse it.
+//
+//   bench_chat_window [open|refresh|scroll|memory|all] [--rounds=N]
 
 #include "bench_support.h"
 #include "conversation/chat_view.h"
@@ -356,6 +361,42 @@ int benchScroll(int rounds)
     return 0;
 }
 
+// Opens a conversation's screen and waits for its first frame with every bubble.
+std::unique_ptr<ui::ChatViewWidget> openToFrame(Conversation& conversation)
+{
+    auto widget = conversation.open();
+    int framesAtChange = 0;
+    watchRows(*widget, framesAtChange);
+    waitForFrame(*widget, conversation.messages, framesAtChange);
+    return widget;
+}
+
+int benchMemory()
+{
+    TempHome home;
+    Conversation small(home, 10, false);
+    Conversation big(home, 10'000, false);
+    openToFrame(small); // fonts, styles and the first connection, outside the measure
+    const long long before = residentBytes();
+    const auto smallWidget = openToFrame(small);
+    const long long withSmall = residentBytes();
+    const auto bigWidget = openToFrame(big);
+    const long long withBig = residentBytes();
+    const int added = big.messages - small.messages;
+    // The second screen costs what the first did, plus its messages.
+    const double perMessage = double((withBig - withSmall) - (withSmall - before)) / added;
+    const double replyPerMessage =
+        double(detail(big.messages, false).size() - detail(small.messages, false).size()) / added;
+    std::printf("resident memory of a conversation's screen, 10 messages against 10,000\n");
+    std::printf("  10 messages: %.1f MB; 10,000 messages: %.1f MB more; %.0f bytes per message against the "
+                "reply's %.0f\n",
+                double(withSmall - before) / 1e6, double(withBig - withSmall) / 1e6, perMessage,
+                replyPerMessage);
+    printRatio("bytes per message / the reply's bytes per message (goal <= 4)",
+               "conversation_bytes_per_message_vs_reply", {perMessage / replyPerMessage});
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -380,5 +421,7 @@ int main(int argc, char** argv)
         status |= benchRefresh(rounds > 0 ? rounds : 21);
     if (which == QLatin1String("scroll") || which == QLatin1String("all"))
         status |= benchScroll(rounds > 0 ? rounds : 3);
+    if (which == QLatin1String("memory")) // never after the others: see above
+        status |= benchMemory();
     return status;
 }

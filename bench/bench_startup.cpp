@@ -47,6 +47,7 @@ struct Timing
     double whole = -1;       // start to exit, ms; negative when the program failed
     double firstFrame = -1;  // start to the first painted frame, ms, for programs that say when
     double screenFrame = -1; // start to the first frame of the screen it settles on, ms
+    double resident = -1;    // resident bytes at that frame
 };
 
 // The moment a program printed as "WHAT at NANOSECONDS ns", in ms from `started`; -1 when absent.
@@ -77,6 +78,8 @@ Timing timedRun(const QString& program, const QStringList& arguments, const QPro
     const QByteArray said = process.readAllStandardOutput();
     timing.firstFrame = printedMoment(said, "first frame", started);
     timing.screenFrame = printedMoment(said, "screen frame", started);
+    if (const qsizetype at = said.indexOf("resident bytes "); at >= 0)
+        timing.resident = said.mid(at + 15).split('\n').value(0).toDouble();
     return timing;
 }
 
@@ -151,7 +154,7 @@ int main(int argc, char** argv)
     QProcessEnvironment windowEnvironment = environment;
     windowEnvironment.insert(QStringLiteral("BRIGHTLOOM_QUIT_AFTER_FIRST_FRAME"), QStringLiteral("1"));
     std::vector<double> windowRatios, screenRatios, wholeRatios, cliRatios, cliFloorRatios, helpRatios,
-        versionRatios;
+        versionRatios, memoryRatios;
     const QStringList help{QStringLiteral("--help")}, version{QStringLiteral("--version")},
         session{QStringLiteral("session")};
     // One unmeasured start of each first: the first start of a program also reads it from the disk.
@@ -189,6 +192,8 @@ int main(int argc, char** argv)
         cliRatios.push_back(cli.whole / bare.whole);
         helpRatios.push_back(cliHelp.whole / bare.whole);
         versionRatios.push_back(cliVersion.whole / bare.whole);
+        if (window.resident > 0 && minimalAfterRequest.resident > 0)
+            memoryRatios.push_back(window.resident / minimalAfterRequest.resident);
         std::printf(
             "  round %d: the window's first frame %.0f ms and new project screen %.0f ms; the minimal "
             "window's first frame %.0f ms, after one request %.0f ms; session %.0f ms, --help %.0f ms, "

@@ -3,6 +3,7 @@
 // What the local build benchmarks share: medians of per-round ratios, peak memory of this process,
 // the longest pause of the main thread, and running a coroutine to its end.
 
+#include "platform/resident_memory.h"
 #include "tick_watch.h"
 
 #include <QCoreApplication>

@@ -7,6 +7,8 @@
 #include "one_request.h"
 #endif
 
+#include "platform/resident_memory.h"
+
 #include <QApplication>
 #include <QEvent>
 #include <QLabel>
@@ -27,7 +29,8 @@ protected:
             m_painted = true;
             timespec now{};
             ::clock_gettime(CLOCK_MONOTONIC, &now);
-            std::printf("first frame at %lld ns\n", now.tv_sec * 1'000'000'000LL + now.tv_nsec);
+            std::printf("first frame at %lld ns\nresident bytes %lld\n",
+                        now.tv_sec * 1'000'000'000LL + now.tv_nsec, brightloom::residentBytes());
             std::fflush(stdout);
             QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
         }

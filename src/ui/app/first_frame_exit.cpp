@@ -1,5 +1,7 @@
 #include "first_frame_exit.h"
 
+#include "platform/resident_memory.h"
+
 #include <QApplication>
 #include <QEvent>
 #include <QObject>
@@ -38,7 +40,8 @@ protected:
         if (watched->inherits("brightloom::ui::NewProjectViewWidget") ||
             watched->inherits("brightloom::ui::AuthViewWidget")) {
             m_done = true;
-            std::printf("screen frame at %lld ns\n", static_cast<long long>(steadyNanoseconds()));
+            std::printf("screen frame at %lld ns\nresident bytes %lld\n",
+                        static_cast<long long>(steadyNanoseconds()), residentBytes());
             std::fflush(stdout);
             // Queued: the frame being painted reaches the screen before the loop comes back to it.
             QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
