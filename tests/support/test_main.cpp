@@ -1,3 +1,5 @@
+#include "test_environment.h"
+
 #include <QGuiApplication>
 #include <gtest/gtest.h>
 
@@ -5,7 +7,7 @@
 // child processes have an event loop to run on.
 int main(int argc, char** argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    brightloom::test::enterTestEnvironment();
     QGuiApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Brightloom"));
     QCoreApplication::setApplicationName(QStringLiteral("Brightloom"));

@@ -1,3 +1,5 @@
+#include "test_environment.h"
+
 #include <QApplication>
 #include <gtest/gtest.h>
 
@@ -5,7 +7,7 @@
 // so that sizes do not depend on the desktop's theme.
 int main(int argc, char** argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    brightloom::test::enterTestEnvironment();
     QApplication::setStyle(QStringLiteral("Fusion"));
     QApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Brightloom"));
