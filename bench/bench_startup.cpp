@@ -216,5 +216,9 @@ int main(int argc, char** argv)
     report("brightloom-cli --help / bare QCoreApplication", "cli_help_vs_bare_core", 1.2, helpRatios);
     report("brightloom-cli --version / bare QCoreApplication", "cli_version_vs_bare_core", 1.2,
            versionRatios);
+    // Each signed in, on its screen: the window on the new project screen, the minimal window once
+    // its one request is answered.
+    report("window's resident memory / minimal window's after one request", "window_memory_vs_minimal", 2.0,
+           memoryRatios);
     return 0;
 }
