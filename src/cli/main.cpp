@@ -96,10 +96,6 @@ std::optional<int> answerWithoutRunning(const QStringList& words, const CommandD
 {
     const commandline::ProgramDescription& program = commandline::cliProgram();
     const QString name = words.value(0);
-    if (words.size() == 1 && (name == QLatin1String("--version") || name == QLatin1String("version"))) {
-        out(QStringLiteral("brightloom-cli ") + QStringLiteral(BRIGHTLOOM_VERSION));
-        return 0;
-    }
     if (words.size() == 1 && (name == QLatin1String("--help") || name == QLatin1String("-h"))) {
         print(commandline::programHelp(program));
         return 0;

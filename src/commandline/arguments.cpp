@@ -51,8 +51,7 @@ Arguments::Arguments(const CommandDescription& command, const QStringList& words
     }
     const bool parsed = parser.parse(QStringList{latin1(command.name)} + words);
     const QStringList beforeEnd = words.mid(0, words.indexOf(QStringLiteral("--")));
-    if (beforeEnd.contains(QStringLiteral("-h")) || beforeEnd.contains(QStringLiteral("--help")) ||
-        (parsed && parser.isSet(help))) {
+    if (beforeEnd.contains(QStringLiteral("-h")) || beforeEnd.contains(QStringLiteral("--help"))) {
         m_help = true;
         return;
     }

@@ -8,7 +8,7 @@ namespace {
 
 constexpr qsizetype width = 80;
 
-QString latin1(const char* text)
+QString utf8(const char* text)
 {
     return QString::fromUtf8(text);
 }
@@ -52,9 +52,9 @@ QString table(const QList<std::pair<QString, QString>>& rows)
 
 QString optionTerm(const Option& option)
 {
-    QString term = QStringLiteral("--") + latin1(option.name);
+    QString term = QStringLiteral("--") + utf8(option.name);
     if (option.value)
-        term += QLatin1Char(' ') + latin1(option.value);
+        term += QLatin1Char(' ') + utf8(option.value);
     return term;
 }
 
@@ -64,12 +64,12 @@ QString argumentsAndOptions(const CommandDescription& command)
     if (!command.positionals.empty()) {
         QList<std::pair<QString, QString>> rows;
         for (const Positional& place : command.positionals)
-            rows.append({latin1(place.name), latin1(place.help)});
+            rows.append({utf8(place.name), utf8(place.help)});
         text += QStringLiteral("\narguments:\n") + table(rows);
     }
     QList<std::pair<QString, QString>> rows;
     for (const Option& option : command.options)
-        rows.append({optionTerm(option), latin1(option.help)});
+        rows.append({optionTerm(option), utf8(option.help)});
     if (!findOption(command, "help"))
         rows.append({QStringLiteral("-h, --help"), QStringLiteral("Show this help.")});
     text += QStringLiteral("\noptions:\n") + table(rows);
@@ -81,9 +81,9 @@ QString argumentsAndOptions(const CommandDescription& command)
 QString usageLines(const ProgramDescription& program, const CommandDescription& command)
 {
     const QString prefix =
-        qstrcmp(command.name, program.own.name) == 0 ? QString() : latin1(program.name) + QLatin1Char(' ');
+        qstrcmp(command.name, program.own.name) == 0 ? QString() : utf8(program.name) + QLatin1Char(' ');
     QString text;
-    for (const QString& form : latin1(command.usage).split(QLatin1Char('\n'))) {
+    for (const QString& form : utf8(command.usage).split(QLatin1Char('\n'))) {
         text += (text.isEmpty() ? QStringLiteral("usage: ") : QStringLiteral("       ")) + prefix +
                 form.trimmed() + QLatin1Char('\n');
     }
@@ -92,37 +92,37 @@ QString usageLines(const ProgramDescription& program, const CommandDescription& 
 
 QString shortUsage(const ProgramDescription& program, const CommandDescription& command)
 {
-    return usageLines(program, command) + QStringLiteral("Run \"") + latin1(program.name) +
-           QStringLiteral(" help ") + latin1(command.name) + QStringLiteral("\" for its options.\n");
+    return usageLines(program, command) + QStringLiteral("Run \"") + utf8(program.name) +
+           QStringLiteral(" help ") + utf8(command.name) + QStringLiteral("\" for its options.\n");
 }
 
 QString commandHelp(const ProgramDescription& program, const CommandDescription& command)
 {
-    QString text = usageLines(program, command) + QLatin1Char('\n') + wrapped(latin1(command.description), 0);
+    QString text = usageLines(program, command) + QLatin1Char('\n') + wrapped(utf8(command.description), 0);
     text += argumentsAndOptions(command);
     if (!command.examples.empty()) {
         text += QStringLiteral("\nexamples:\n");
         for (const Example& example : command.examples) {
-            text += QStringLiteral("  ") + latin1(program.name) + QLatin1Char(' ') + latin1(example.command) +
-                    QLatin1Char('\n') + wrapped(latin1(example.says), 6);
+            text += QStringLiteral("  ") + utf8(program.name) + QLatin1Char(' ') + utf8(example.command) +
+                    QLatin1Char('\n') + wrapped(utf8(example.says), 6);
         }
     }
     if (command.exitStatus)
-        text += QStringLiteral("\nexit status:\n") + wrapped(latin1(command.exitStatus), 2);
+        text += QStringLiteral("\nexit status:\n") + wrapped(utf8(command.exitStatus), 2);
     return text;
 }
 
 QString programHelp(const ProgramDescription& program)
 {
     QString text =
-        usageLines(program, program.own) + QLatin1Char('\n') + wrapped(latin1(program.description), 0);
+        usageLines(program, program.own) + QLatin1Char('\n') + wrapped(utf8(program.description), 0);
     if (program.commands.empty())
         return text + argumentsAndOptions(program.own);
     QList<std::pair<QString, QString>> rows;
     for (const CommandDescription& command : program.commands)
-        rows.append({latin1(command.name), latin1(command.summary)});
+        rows.append({utf8(command.name), utf8(command.summary)});
     text += QStringLiteral("\ncommands:\n") + table(rows) + argumentsAndOptions(program.own);
-    text += QStringLiteral("\nRun \"") + latin1(program.name) +
+    text += QStringLiteral("\nRun \"") + utf8(program.name) +
             QStringLiteral(" help COMMAND\" for a command's arguments, options and examples.\n");
     return text;
 }

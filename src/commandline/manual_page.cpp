@@ -69,10 +69,8 @@ QString manualPage(const ProgramDescription& program, const QString& version, co
             roff(program.section) + QLatin1Char('\n');
     page += QStringLiteral(".SH SYNOPSIS\n") + synopsis(program, program.own);
     page += QStringLiteral(".SH DESCRIPTION\n") + roff(program.description) + QLatin1Char('\n');
-    if (program.commands.empty()) {
-        page += QStringLiteral(".SH OPTIONS\n") + details(program, program.own);
-    } else {
-        page += QStringLiteral(".SH OPTIONS\n") + details(program, program.own);
+    page += QStringLiteral(".SH OPTIONS\n") + details(program, program.own);
+    if (!program.commands.empty()) {
         page += QStringLiteral(".TP\n.BR \\-h \", \" \\-\\-help\nShow the help, of the program or of the "
                                "command it follows, and exit.\n");
         page += QStringLiteral(".SH COMMANDS\n");

@@ -1,6 +1,8 @@
 #include "line_socket.h"
 
+#include <QDir>
 #include <QLocalSocket>
+#include <QStandardPaths>
 
 namespace brightloom {
 namespace {
@@ -9,6 +11,14 @@ namespace {
 constexpr qint64 maxLine = 16 * 1024;
 
 } // namespace
+
+QString LineSocket::runtimePath(const QString& name)
+{
+    QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    if (folder.isEmpty())
+        folder = QDir::tempPath();
+    return folder + QLatin1Char('/') + name;
+}
 
 bool LineSocket::send(const QString& path, const QByteArray& line, int timeoutMs)
 {

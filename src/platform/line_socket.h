@@ -19,6 +19,9 @@ public:
     // Answers whether `line` (without its line end) is taken; a refused line gets no answer.
     using Taker = std::function<bool(const QByteArray& line)>;
 
+    // `name` in the user's runtime folder (XDG_RUNTIME_DIR), or the temporary folder without one.
+    static QString runtimePath(const QString& name);
+
     // Sends `line` to whoever listens at `path`; answers whether it was taken. Blocks up to
     // `timeoutMs` at each step, so only for a program that shows nothing yet.
     static bool send(const QString& path, const QByteArray& line, int timeoutMs);

@@ -1,16 +1,11 @@
 #include "sign_in_handoff.h"
 
-#include <QDir>
-#include <QStandardPaths>
 #include <QUrl>
 
 namespace brightloom {
 QString SignInHandoff::defaultSocketPath()
 {
-    QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    if (folder.isEmpty())
-        folder = QDir::tempPath();
-    return folder + QStringLiteral("/brightloom-sign-in.socket");
+    return LineSocket::runtimePath(QStringLiteral("brightloom-sign-in.socket"));
 }
 
 bool SignInHandoff::offer(const QString& callback, const QString& socketPath, int timeoutMs)

@@ -53,9 +53,8 @@ protected:
 };
 
 // Lets every posted event and pending repaint of the window happen.
-void settle(QWidget& window)
+void settle()
 {
-    Q_UNUSED(window);
     for (int i = 0; i < 5; ++i) {
         QCoreApplication::sendPostedEvents();
         QCoreApplication::processEvents();
@@ -79,7 +78,7 @@ protected:
         window.open(QSize(800, 600));
         EXPECT_TRUE(QTest::qWaitForWindowExposed(window.widget.get()));
         EXPECT_TRUE(spinUntil([&] { return window.widget->chatView()->loaded(); }));
-        settle(*window.widget);
+        settle();
         return *window.widget;
     }
 
@@ -87,7 +86,7 @@ protected:
     {
         const auto done = run(window.widget->chatView()->refresh());
         ASSERT_TRUE(done.ok()) << done.errorText().toStdString();
-        settle(*window.widget);
+        settle();
     }
 
     TempHome home;
@@ -124,13 +123,13 @@ TEST_F(PaintCountTest, CounterTickRepaintsOnlyTheCountersOwnLabel)
     ASSERT_TRUE(row->counter()->isVisible());
     // The spinner turns on a timer of its own; this test holds it still to see the counter alone.
     row->spinner()->hide();
-    settle(widget);
+    settle();
     QDateTime now = QDateTime::currentDateTimeUtc();
     row->counter()->setClock([&now] { return now; });
     // Twenty seconds in: the next dozen ticks all show two digits. (A tick that adds a digit or a
     // minute widens the label, and the row around it is laid out again: a few times in an hour.)
     row->counter()->setSince(now.addSecs(-20));
-    settle(widget);
+    settle();
     const QRect counter(row->counter()->mapTo(row->counter()->window(), QPoint(0, 0)),
                         row->counter()->size());
 
@@ -138,14 +137,15 @@ TEST_F(PaintCountTest, CounterTickRepaintsOnlyTheCountersOwnLabel)
         PaintLog log;
         now = now.addSecs(1);
         row->counter()->redraw(); // what its once-a-second timer does
-        settle(widget);
+        settle();
         ASSERT_FALSE(log.paints.isEmpty()) << "the counter shows the new second";
         for (const PaintLog::Paint& paint : log.paints) {
             EXPECT_TRUE((paint.region - QRegion(counter)).isEmpty())
-                << paint.widget->metaObject()->className() << " repainted outside the counter: "
-                << paint.region.boundingRect().x() << ',' << paint.region.boundingRect().y() << ' '
-                << paint.region.boundingRect().width() << 'x' << paint.region.boundingRect().height() << " against "
-                << counter.x() << ',' << counter.y() << ' ' << counter.width() << 'x' << counter.height();
+                << paint.widget->metaObject()->className()
+                << " repainted outside the counter: " << paint.region.boundingRect().x() << ','
+                << paint.region.boundingRect().y() << ' ' << paint.region.boundingRect().width() << 'x'
+                << paint.region.boundingRect().height() << " against " << counter.x() << ',' << counter.y()
+                << ' ' << counter.width() << 'x' << counter.height();
         }
     }
 }

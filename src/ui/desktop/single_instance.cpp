@@ -1,10 +1,8 @@
 #include "single_instance.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFileInfo>
 #include <QFileOpenEvent>
-#include <QStandardPaths>
 #include <QUrl>
 
 namespace brightloom::ui {
@@ -22,10 +20,7 @@ QByteArray requestFor(const QString& callback)
 
 QString SingleInstance::defaultSocketPath()
 {
-    QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    if (folder.isEmpty())
-        folder = QDir::tempPath();
-    return folder + QStringLiteral("/brightloom.socket");
+    return LineSocket::runtimePath(QStringLiteral("brightloom.socket"));
 }
 
 SingleInstance::SingleInstance(QString socketPath, QObject* parent)

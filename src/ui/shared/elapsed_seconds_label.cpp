@@ -46,12 +46,13 @@ void ElapsedSecondsLabel::keepSizeFor(const QString& shown)
     // of the label's size, so the layout around it is left alone and the label alone repaints. The
     // size changes only when the text grows a digit or a minute.
     const QFontMetrics metrics = fontMetrics();
-    int widestDigit = 0;
-    for (char digit = '0'; digit <= '9'; ++digit)
-        widestDigit = std::max(widestDigit, metrics.horizontalAdvance(QLatin1Char(digit)));
+    if (m_widestDigit == 0) {
+        for (char digit = '0'; digit <= '9'; ++digit)
+            m_widestDigit = std::max(m_widestDigit, metrics.horizontalAdvance(QLatin1Char(digit)));
+    }
     int width = 0;
     for (const QChar c : shown)
-        width += c.isDigit() ? widestDigit : metrics.horizontalAdvance(c);
+        width += c.isDigit() ? m_widestDigit : metrics.horizontalAdvance(c);
     const QMargins margins = contentsMargins();
     const QSize size(width + margins.left() + margins.right() + 2 * margin(),
                      metrics.height() + margins.top() + margins.bottom() + 2 * margin());
@@ -66,6 +67,7 @@ void ElapsedSecondsLabel::changeEvent(QEvent* event)
     QLabel::changeEvent(event);
     if (event->type() == QEvent::FontChange) {
         m_keptSize = {};
+        m_widestDigit = 0;
         keepSizeFor(text());
     }
 }

@@ -44,6 +44,7 @@ private:
     Clock m_clock;
     QTimer m_timer;
     QSize m_keptSize;
+    int m_widestDigit = 0; // in the label's font; 0 until measured
 };
 
 } // namespace brightloom::ui
