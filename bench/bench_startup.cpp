@@ -16,19 +16,20 @@
 //   bench_startup BUILD_DIR [--rounds=N]
 
 #include "bench_support.h"
+#include "standin_process.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
-#include <QTemporaryDir>
 #include <QThread>
 #include <cstdio>
 #include <ctime>
 #include <vector>
 
 namespace {
+
+using brightloom::bench::StandInProcess;
 
 struct Programs
 {
@@ -119,37 +120,10 @@ int main(int argc, char** argv)
                             build + QStringLiteral("/bench/bench_minimal_window_request"),
                             build + QStringLiteral("/bench/bench_one_request_app")};
 
-    QTemporaryDir home;
-    QDir(home.path()).mkpath(QStringLiteral("server"));
-    QDir(home.path()).mkpath(QStringLiteral("runtime"));
-    QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
-                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("HOME"), home.path());
-    environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral(".local/share")));
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral(".config")));
-    environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral(".cache")));
-    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.filePath(QStringLiteral("runtime")));
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-
-    QProcess server;
-    server.setProcessEnvironment(environment);
-    server.start(programs.devserver, {QStringLiteral("--data"), home.filePath(QStringLiteral("server")),
-                                      QStringLiteral("--port"), QStringLiteral("0")});
-    if (!server.waitForStarted() || !server.waitForReadyRead(30'000)) {
-        std::fprintf(stderr, "the stand-in service did not start\n");
+    StandInProcess service;
+    if (!service.start(programs.devserver, programs.cli))
         return 1;
-    }
-    const QString address = QString::fromUtf8(server.readLine()).trimmed();
-    environment.insert(QStringLiteral("BRIGHTLOOM_URL"), address);
-    environment.insert(QStringLiteral("BRIGHTLOOM_CA_FILE"),
-                       home.filePath(QStringLiteral("server/cert.pem")));
-    if (timedRun(programs.cli,
-                 {QStringLiteral("login"), QStringLiteral("--email"), QStringLiteral("demo@brightloom.test"),
-                  QStringLiteral("--password"), QStringLiteral("brightloom-demo")},
-                 environment)
-            .whole < 0)
-        return 1;
+    const QProcessEnvironment& environment = service.environment();
 
     QProcessEnvironment windowEnvironment = environment;
     windowEnvironment.insert(QStringLiteral("BRIGHTLOOM_QUIT_AFTER_FIRST_FRAME"), QStringLiteral("1"));
@@ -202,8 +176,6 @@ int main(int argc, char** argv)
             minimalAfterRequest.firstFrame, cli.whole, cliHelp.whole, cliVersion.whole, bare.whole,
             oneRequest.whole);
     }
-    server.terminate();
-    server.waitForFinished();
     std::printf("start-up to the first painted frames, and of the command line (%d rounds)\n", rounds);
     report("window / minimal Qt window, to the first frame", "window_first_frame_vs_minimal", 1.2,
            windowRatios);

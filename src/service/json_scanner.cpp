@@ -3,6 +3,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 #if defined(__APPLE__)
 #include <xlocale.h>
@@ -85,10 +86,39 @@ void unescapeInto(std::string_view raw, std::string& out)
     }
 }
 
+namespace {
+
+// The few words the service repeats in record after record (a message's role, a job's status): each
+// becomes a copy of one string built into the program, which costs no allocation, rather than a
+// string of its own per record.
+std::optional<QString> commonWord(std::string_view raw)
+{
+    if (raw == "user")
+        return QStringLiteral("user");
+    if (raw == "assistant")
+        return QStringLiteral("assistant");
+    if (raw == "ready")
+        return QStringLiteral("ready");
+    if (raw == "failed")
+        return QStringLiteral("failed");
+    if (raw == "building")
+        return QStringLiteral("building");
+    if (raw == "queued")
+        return QStringLiteral("queued");
+    return std::nullopt;
+}
+
+} // namespace
+
 QString JsonString::toQString() const
 {
-    if (!escaped)
+    if (!escaped) {
+        if (raw.size() <= 9) {
+            if (std::optional<QString> word = commonWord(raw))
+                return *std::move(word);
+        }
         return QString::fromUtf8(raw.data(), qsizetype(raw.size()));
+    }
     std::string text;
     unescapeInto(raw, text);
     return QString::fromUtf8(text.data(), qsizetype(text.size()));

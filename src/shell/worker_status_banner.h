@@ -27,6 +27,8 @@ public:
     static const QString offlineText; // the machine is offline
     static const QString queueText;   // builds are queued behind others
 
+    static constexpr std::chrono::milliseconds defaultInterval{30'000};
+
     explicit WorkerStatusBanner(API& api, QObject* parent = nullptr);
 
     const std::optional<WorkerStatus>& status() const { return m_status; }
@@ -57,7 +59,7 @@ private:
 
     QPointer<API> m_api;
     std::optional<WorkerStatus> m_status;
-    std::chrono::milliseconds m_interval{30'000};
+    std::chrono::milliseconds m_interval{defaultInterval};
     Wait m_wait;
     bool m_polling = false;
     int m_generation = 0;

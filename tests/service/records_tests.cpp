@@ -107,6 +107,25 @@ TEST(Records, JobStatusAndModeAreTypedAndAnUnknownOneKeepsItsText)
     EXPECT_FALSE(decode<Job>(R"({"id":"j","status":"ready"})").isSourceBuild()) << "no mode";
 }
 
+TEST(Records, RolesRepeatedInEveryMessageShareOneStringAndOtherTextsKeepTheirOwn)
+{
+    const QByteArray json =
+        R"({"project":{"id":"p","name":"N"},"jobs":[],"messages":[)"
+        R"({"id":"a","role":"user","content":"one"},{"id":"b","role":"assistant","content":"two"},)"
+        R"({"id":"c","role":"user","content":"one"},{"id":"d","role":"assistant","content":"two"},)"
+        R"({"id":"e","role":"us\u0065r","content":"usr"}]})";
+    const ProjectDetail detail = decodeRecord<ProjectDetail>(json);
+    ASSERT_EQ(detail.messages.size(), 5);
+    EXPECT_EQ(detail.messages[0].role.constData(), detail.messages[2].role.constData());
+    EXPECT_EQ(detail.messages[1].role.constData(), detail.messages[3].role.constData());
+    EXPECT_EQ(detail.messages[1].role, QStringLiteral("assistant"));
+    // Written with an escape, the word is still the word.
+    EXPECT_EQ(detail.messages[4].role, QStringLiteral("user"));
+    // Any other text is a string of its own.
+    EXPECT_NE(detail.messages[0].content.constData(), detail.messages[2].content.constData());
+    EXPECT_EQ(detail.messages[0].content, detail.messages[2].content);
+}
+
 TEST(Records, JobWithoutStatusFailsTheWholeProjectDetail)
 {
     const QByteArray json =

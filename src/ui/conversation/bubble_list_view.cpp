@@ -86,7 +86,7 @@ void BubbleListView::setFooter(QWidget* footer)
 BubbleListView::Row BubbleListView::rowFor(int row) const
 {
     const QString text = m_selection.rowText(row);
-    return {false, text.size(), int(text.count(QLatin1Char('\n')))};
+    return {text.size(), int(text.count(QLatin1Char('\n'))), false};
 }
 
 int BubbleListView::estimate(const Row& row) const
