@@ -34,6 +34,8 @@ using brightloom::bench::StandInProcess;
 struct Programs
 {
     QString window, cli, devserver, minimalWindow, bareCore, minimalWindowAfterRequest, oneRequest;
+    // The same yardsticks linked against the programs' own libraries: the dynamic loader's floor.
+    QString minimalWindowLinked, bareCoreLinked, minimalWindowAfterRequestLinked, oneRequestLinked;
 };
 
 long long steadyNanoseconds()
@@ -118,7 +120,11 @@ int main(int argc, char** argv)
                             build + QStringLiteral("/bench/bench_minimal_window"),
                             build + QStringLiteral("/bench/bench_bare_core_app"),
                             build + QStringLiteral("/bench/bench_minimal_window_request"),
-                            build + QStringLiteral("/bench/bench_one_request_app")};
+                            build + QStringLiteral("/bench/bench_one_request_app"),
+                            build + QStringLiteral("/bench/bench_minimal_window_linked"),
+                            build + QStringLiteral("/bench/bench_bare_core_app_linked"),
+                            build + QStringLiteral("/bench/bench_minimal_window_request_linked"),
+                            build + QStringLiteral("/bench/bench_one_request_app_linked")};
 
     StandInProcess service;
     if (!service.start(programs.devserver, programs.cli))
@@ -128,7 +134,8 @@ int main(int argc, char** argv)
     QProcessEnvironment windowEnvironment = environment;
     windowEnvironment.insert(QStringLiteral("BRIGHTLOOM_QUIT_AFTER_FIRST_FRAME"), QStringLiteral("1"));
     std::vector<double> windowRatios, screenRatios, wholeRatios, cliRatios, cliFloorRatios, helpRatios,
-        versionRatios, memoryRatios;
+        versionRatios, memoryRatios, windowFloorRatios, screenFloorRatios, cliFloorLinkedRatios,
+        helpFloorRatios, versionFloorRatios;
     const QStringList help{QStringLiteral("--help")}, version{QStringLiteral("--version")},
         session{QStringLiteral("session")};
     // One unmeasured start of each first: the first start of a program also reads it from the disk.
@@ -138,10 +145,14 @@ int main(int argc, char** argv)
     timedRun(programs.cli, session, environment);
     timedRun(programs.minimalWindowAfterRequest, {}, environment);
     timedRun(programs.oneRequest, {}, environment);
+    for (const QString& linked : {programs.minimalWindowLinked, programs.bareCoreLinked,
+                                  programs.minimalWindowAfterRequestLinked, programs.oneRequestLinked})
+        timedRun(linked, {}, environment);
     for (int round = 0; round < rounds; ++round) {
         // The order inside a round alternates, so neither side always runs on a warmer machine.
         const bool projectFirst = round % 2 == 0;
-        Timing minimal, window, bare, cli, cliHelp, cliVersion, minimalAfterRequest, oneRequest;
+        Timing minimal, window, bare, cli, cliHelp, cliVersion, minimalAfterRequest, oneRequest,
+            minimalLinked, bareLinked, minimalAfterRequestLinked, oneRequestLinked;
         for (int side = 0; side < 2; ++side) {
             if ((side == 0) == projectFirst) {
                 window = timedRun(programs.window, {}, windowEnvironment);
@@ -153,12 +164,23 @@ int main(int argc, char** argv)
                 bare = timedRun(programs.bareCore, {}, environment);
                 minimalAfterRequest = timedRun(programs.minimalWindowAfterRequest, {}, environment);
                 oneRequest = timedRun(programs.oneRequest, {}, environment);
+                minimalLinked = timedRun(programs.minimalWindowLinked, {}, environment);
+                bareLinked = timedRun(programs.bareCoreLinked, {}, environment);
+                minimalAfterRequestLinked =
+                    timedRun(programs.minimalWindowAfterRequestLinked, {}, environment);
+                oneRequestLinked = timedRun(programs.oneRequestLinked, {}, environment);
             }
         }
         if (minimal.firstFrame <= 0 || window.firstFrame <= 0 || window.screenFrame <= 0 || bare.whole <= 0 ||
             cli.whole <= 0 || cliHelp.whole <= 0 || cliVersion.whole <= 0 ||
-            minimalAfterRequest.firstFrame <= 0 || oneRequest.whole <= 0)
+            minimalAfterRequest.firstFrame <= 0 || oneRequest.whole <= 0 || minimalLinked.firstFrame <= 0 ||
+            bareLinked.whole <= 0 || minimalAfterRequestLinked.firstFrame <= 0 || oneRequestLinked.whole <= 0)
             return 1;
+        windowFloorRatios.push_back(window.firstFrame / minimalLinked.firstFrame);
+        screenFloorRatios.push_back(window.screenFrame / minimalAfterRequestLinked.firstFrame);
+        cliFloorLinkedRatios.push_back(cli.whole / oneRequestLinked.whole);
+        helpFloorRatios.push_back(cliHelp.whole / bareLinked.whole);
+        versionFloorRatios.push_back(cliVersion.whole / bareLinked.whole);
         windowRatios.push_back(window.firstFrame / minimal.firstFrame);
         screenRatios.push_back(window.screenFrame / minimalAfterRequest.firstFrame);
         wholeRatios.push_back(window.whole / minimal.whole);
@@ -171,10 +193,13 @@ int main(int argc, char** argv)
         std::printf(
             "  round %d: the window's first frame %.0f ms and new project screen %.0f ms; the minimal "
             "window's first frame %.0f ms, after one request %.0f ms; session %.0f ms, --help %.0f ms, "
-            "--version %.0f ms, bare program %.0f ms, one request %.0f ms\n",
+            "--version %.0f ms, bare program %.0f ms, one request %.0f ms; linked against the programs' "
+            "libraries: minimal window %.0f ms, after one request %.0f ms, bare program %.0f ms, one request "
+            "%.0f ms\n",
             round + 1, window.firstFrame, window.screenFrame, minimal.firstFrame,
             minimalAfterRequest.firstFrame, cli.whole, cliHelp.whole, cliVersion.whole, bare.whole,
-            oneRequest.whole);
+            oneRequest.whole, minimalLinked.firstFrame, minimalAfterRequestLinked.firstFrame,
+            bareLinked.whole, oneRequestLinked.whole);
     }
     std::printf("start-up to the first painted frames, and of the command line (%d rounds)\n", rounds);
     report("window / minimal Qt window, to the first frame", "window_first_frame_vs_minimal", 1.2,
@@ -188,6 +213,17 @@ int main(int argc, char** argv)
     report("brightloom-cli --help / bare QCoreApplication", "cli_help_vs_bare_core", 1.2, helpRatios);
     report("brightloom-cli --version / bare QCoreApplication", "cli_version_vs_bare_core", 1.2,
            versionRatios);
+    // Against the same yardsticks linked against the programs' libraries: what the loader leaves.
+    report("window / minimal window with the window's libraries, to the first frame",
+           "window_first_frame_vs_linked_minimal", 0, windowFloorRatios);
+    report("window's new project screen / that window after one request",
+           "window_screen_vs_linked_one_request", 0, screenFloorRatios);
+    report("brightloom-cli session / one request with the command line's libraries",
+           "cli_session_vs_linked_one_request", 0, cliFloorLinkedRatios);
+    report("brightloom-cli --help / bare program with the command line's libraries",
+           "cli_help_vs_linked_bare_core", 0, helpFloorRatios);
+    report("brightloom-cli --version / bare program with the command line's libraries",
+           "cli_version_vs_linked_bare_core", 0, versionFloorRatios);
     // Each signed in, on its screen: the window on the new project screen, the minimal window once
     // its one request is answered.
     report("window's resident memory / minimal window's after one request", "window_memory_vs_minimal", 2.0,

@@ -48,8 +48,12 @@ public:
 
     // On the fetcher's thread, before its first fetch: the disk cache, in the folder an earlier
     // version used when this one has none yet.
+    // The first thing the fetcher's thread does, before any fetch reaches it.
     void openCache()
     {
+        // Loading the TLS library and the extra trust takes milliseconds; here it is off the main
+        // thread, which would otherwise do it before the window's first frame.
+        applyExtraTrust();
         if (m_cacheFolder.isEmpty())
             return;
         if (!m_formerFolder.isEmpty() && !QFileInfo::exists(m_cacheFolder) &&
@@ -101,7 +105,6 @@ IconLoader::IconLoader(const QString& cacheFolder, QObject* parent)
       m_fetcher(
           new Fetcher(cacheFolder, cacheFolder == defaultCacheFolder() ? formerCacheFolder() : QString()))
 {
-    applyExtraTrust();
     // The memory cache counts kilobytes: 64 MB of decoded icons.
     m_images.setMaxCost(64 * 1024);
     m_thread->setObjectName(QStringLiteral("Icon loader"));
