@@ -1,5 +1,6 @@
 #include "json_scanner.h"
 
+#include <array>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
@@ -93,18 +94,19 @@ namespace {
 // string of its own per record.
 std::optional<QString> commonWord(std::string_view raw)
 {
-    if (raw == "user")
-        return QStringLiteral("user");
-    if (raw == "assistant")
-        return QStringLiteral("assistant");
-    if (raw == "ready")
-        return QStringLiteral("ready");
-    if (raw == "failed")
-        return QStringLiteral("failed");
-    if (raw == "building")
-        return QStringLiteral("building");
-    if (raw == "queued")
-        return QStringLiteral("queued");
+    struct Word
+    {
+        std::string_view text;
+        QString shared;
+    };
+    static const std::array<Word, 6> words{
+        Word{"user", QStringLiteral("user")},         Word{"assistant", QStringLiteral("assistant")},
+        Word{"ready", QStringLiteral("ready")},       Word{"failed", QStringLiteral("failed")},
+        Word{"building", QStringLiteral("building")}, Word{"queued", QStringLiteral("queued")}};
+    for (const Word& word : words) {
+        if (word.text == raw)
+            return word.shared;
+    }
     return std::nullopt;
 }
 
