@@ -46,9 +46,8 @@ public:
           m_formerFolder(std::move(formerFolder))
     {}
 
-    // On the fetcher's thread, before its first fetch: the disk cache, in the folder an earlier
-    // version used when this one has none yet.
-    // The first thing the fetcher's thread does, before any fetch reaches it.
+    // On the fetcher's thread, before its first fetch: the TLS library and the extra trust, and the
+    // disk cache, in the folder an earlier version used when this one has none yet.
     void openCache()
     {
         // Loading the TLS library and the extra trust takes milliseconds; here it is off the main

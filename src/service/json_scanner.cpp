@@ -115,10 +115,8 @@ std::optional<QString> commonWord(std::string_view raw)
 QString JsonString::toQString() const
 {
     if (!escaped) {
-        if (raw.size() <= 9) {
-            if (std::optional<QString> word = commonWord(raw))
-                return *std::move(word);
-        }
+        if (std::optional<QString> word = commonWord(raw))
+            return *std::move(word);
         return QString::fromUtf8(raw.data(), qsizetype(raw.size()));
     }
     std::string text;
