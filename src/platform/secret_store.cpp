@@ -1,5 +1,7 @@
 #include "secret_store.h"
 
+#include "session_bus.h"
+
 #include <QAbstractEventDispatcher>
 #include <qcoro/qcorosignal.h>
 #include <qt6keychain/keychain.h>
@@ -24,16 +26,6 @@ const QString secretsName = QStringLiteral("org.freedesktop.secrets");
 // bus has to start it first, in well under a second. Without a limit of our own a service that
 // never answers would hold the caller for D-Bus's 25 seconds.
 constexpr int busCallLimitMs = 5000;
-
-// Without an address or the runtime folder's socket (where libdbus and GLib both look when no address
-// is set) there is no bus to find: connecting would only try to start one through an X11 helper.
-bool sessionBusNamed()
-{
-    if (!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
-        return true;
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    return !runtime.isEmpty() && QFileInfo::exists(runtime + QStringLiteral("/bus"));
-}
 
 // QtKeychain reaches the Secret Service through libsecret, whose answers arrive through GLib's main
 // loop: only Qt's GLib event dispatcher runs it (QT_NO_GLIB turns it off), and without it no answer

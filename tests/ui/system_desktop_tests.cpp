@@ -1,11 +1,15 @@
+#include "platform/session_bus.h"
 #include "task_runner.h"
+#include "ui/desktop/desktop_notifier.h"
 #include "ui/desktop/system_desktop.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDesktopServices>
+#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <algorithm>
 #include <gtest/gtest.h>
 
 using namespace brightloom;
@@ -80,6 +84,34 @@ struct PrivateBus
     }
 };
 
+// Sets an environment variable for the life of the object, then puts the old value back.
+struct ScopedEnv
+{
+    ScopedEnv(const char* name, const QByteArray& value)
+        : name(name), old(qgetenv(name)), had(qEnvironmentVariableIsSet(name))
+    {
+        qputenv(name, value);
+    }
+    ~ScopedEnv()
+    {
+        if (had)
+            qputenv(name, old);
+        else
+            qunsetenv(name);
+    }
+    const char* name;
+    QByteArray old;
+    bool had;
+};
+
+// The bus's own clients, as the bus lists them: every connection has a unique name ":1.N".
+int clientsOf(QDBusConnection& observer)
+{
+    const QStringList names = observer.interface()->registeredServiceNames().value();
+    return int(std::count_if(names.cbegin(), names.cend(),
+                             [](const QString& name) { return name.startsWith(QLatin1Char(':')); }));
+}
+
 struct SystemDesktopTest : ::testing::Test
 {
     QTemporaryDir folder;
@@ -133,6 +165,41 @@ TEST_F(SystemDesktopTest, OpenHandsFilesAndWebPagesToTheDesktop)
     desktop.open(QUrl(QStringLiteral("https://example.com/apps/notes")));
     EXPECT_EQ(opened.urls, (QList<QUrl>{QUrl::fromLocalFile(file()),
                                         QUrl(QStringLiteral("https://example.com/apps/notes"))}));
+}
+
+TEST(SessionBusTest, NamedOnlyByAnAddressOrTheRuntimeFoldersSocket)
+{
+    QTemporaryDir runtime;
+    const ScopedEnv noAddress("DBUS_SESSION_BUS_ADDRESS", QByteArray());
+    const ScopedEnv runtimeFolder("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
+    EXPECT_FALSE(sessionBusNamed());
+    EXPECT_FALSE(sessionBusIfNamed().isConnected());
+    QFile socket(runtime.filePath(QStringLiteral("bus")));
+    ASSERT_TRUE(socket.open(QIODevice::WriteOnly));
+    EXPECT_TRUE(sessionBusNamed());
+    socket.remove();
+    const ScopedEnv address("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    EXPECT_TRUE(sessionBusNamed());
+}
+
+// Connecting takes a round trip to the bus; the window makes both before its first frame.
+TEST(SessionBusTest, DesktopAndNotifierReachTheBusOnlyWhenFirstUsed)
+{
+    PrivateBus bus;
+    ASSERT_FALSE(bus.address.isEmpty());
+    const ScopedEnv address("DBUS_SESSION_BUS_ADDRESS", bus.address.toUtf8());
+    QDBusConnection observer = bus.connect(QStringLiteral("observer"));
+    ASSERT_TRUE(observer.isConnected());
+    ASSERT_EQ(clientsOf(observer), 1);
+
+    SystemDesktop desktop;
+    DesktopNotifier notifier;
+    drainPostedEvents();
+    EXPECT_EQ(clientsOf(observer), 1);
+
+    notifier.notify(QStringLiteral("Notes is ready"), QStringLiteral("Built in the cloud."));
+    EXPECT_TRUE(spinUntil([&] { return clientsOf(observer) == 2; }, std::chrono::seconds(10)));
+    QDBusConnection::disconnectFromBus(QStringLiteral("observer"));
 }
 
 #include "system_desktop_tests.moc"

@@ -1,6 +1,7 @@
 #include "palette.h"
 
 #include "platform/desktop_road.h"
+#include "platform/session_bus.h"
 
 #include <QApplication>
 #include <QDBusConnection>
@@ -67,7 +68,7 @@ bool desktopPrefersDark()
         return scheme == Qt::ColorScheme::Dark;
 #endif
     // org.freedesktop.appearance color-scheme: 1 asks for dark, 2 for light, 0 leaves it open.
-    QDBusConnection bus = QDBusConnection::sessionBus();
+    QDBusConnection bus = sessionBusIfNamed();
     if (bus.isConnected()) {
         QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.portal.Desktop"),
                                                            QStringLiteral("/org/freedesktop/portal/desktop"),
@@ -141,7 +142,7 @@ void applyDesktopPalette(QApplication& app)
     app.setPalette(dark ? darkPalette() : lightPalette());
     if (!choice.isEmpty())
         return;
-    if (QDBusConnection::sessionBus().isConnected())
+    if (sessionBusIfNamed().isConnected())
         new AppearanceWatcher(app);
 #if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
     // Qt 6.5 added the colour scheme to the style hints, with a signal when the desktop changes it.

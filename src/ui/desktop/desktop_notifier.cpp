@@ -8,7 +8,7 @@ namespace brightloom::ui {
 
 void DesktopNotifier::notify(const QString& title, const QString& body)
 {
-    if (!m_bus.isConnected())
+    if (!m_bus.get().isConnected())
         return;
     QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("/org/freedesktop/Notifications"),
@@ -18,7 +18,7 @@ void DesktopNotifier::notify(const QString& title, const QString& body)
     call << QStringLiteral("Brightloom") << uint(0) << QStringLiteral("app.brightloom.Brightloom") << title
          << body << QStringList() << hints << int(-1);
     // Sent without waiting for an answer: a missing service is simply no notification.
-    m_bus.asyncCall(call);
+    m_bus.get().asyncCall(call);
 }
 
 } // namespace brightloom::ui

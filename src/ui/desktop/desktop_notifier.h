@@ -1,8 +1,10 @@
 #pragma once
 
 #include "platform/notifier.h"
+#include "platform/session_bus.h"
 
 #include <QDBusConnection>
+#include <optional>
 
 namespace brightloom::ui {
 
@@ -10,11 +12,12 @@ namespace brightloom::ui {
 class DesktopNotifier final : public Notifier
 {
 public:
-    explicit DesktopNotifier(QDBusConnection bus = QDBusConnection::sessionBus()) : m_bus(std::move(bus)) {}
+    // Without a bus given, the session bus is reached when first needed, not before the first frame.
+    explicit DesktopNotifier(std::optional<QDBusConnection> bus = std::nullopt) : m_bus(std::move(bus)) {}
     void notify(const QString& title, const QString& body) override;
 
 private:
-    QDBusConnection m_bus;
+    LazySessionBus m_bus;
 };
 
 } // namespace brightloom::ui

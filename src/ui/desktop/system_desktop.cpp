@@ -25,7 +25,7 @@ void SystemDesktop::open(const QUrl& url)
 
 void SystemDesktop::reveal(const QString& path)
 {
-    if (!m_bus.isConnected()) {
+    if (!m_bus.get().isConnected()) {
         openFolderOf(path);
         return;
     }
@@ -35,7 +35,7 @@ void SystemDesktop::reveal(const QString& path)
     call << QStringList{QUrl::fromLocalFile(path).toString()} << QString();
     // Asked without waiting, so the window never stalls on a slow bus; an error or silence means no
     // file manager took the call, and the folder is opened instead.
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call, 5000));
+    auto* watcher = new QDBusPendingCallWatcher(m_bus.get().asyncCall(call, 5000));
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, path] {
         if (watcher->isError())
             openFolderOf(path);

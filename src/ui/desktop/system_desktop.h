@@ -1,8 +1,10 @@
 #pragma once
 
 #include "platform/desktop.h"
+#include "platform/session_bus.h"
 
 #include <QDBusConnection>
+#include <optional>
 
 namespace brightloom::ui {
 
@@ -11,13 +13,14 @@ namespace brightloom::ui {
 class SystemDesktop final : public Desktop
 {
 public:
-    explicit SystemDesktop(QDBusConnection bus = QDBusConnection::sessionBus()) : m_bus(std::move(bus)) {}
+    // Without a bus given, the session bus is reached when first needed, not before the first frame.
+    explicit SystemDesktop(std::optional<QDBusConnection> bus = std::nullopt) : m_bus(std::move(bus)) {}
 
     void open(const QUrl& url) override;
     void reveal(const QString& path) override;
 
 private:
-    QDBusConnection m_bus;
+    LazySessionBus m_bus;
 };
 
 } // namespace brightloom::ui
