@@ -112,9 +112,9 @@ public:
     // Fetches an app archive, unpacks it into a fresh folder of Downloads and answers the app's path.
     QCoro::Task<QString> downloadApp(QString from, DownloadProgress progress = {});
 
-    // Waits, once, for the TLS library and the extra trust, which load on the thread pool while the
-    // window paints its first frame. Every request and download waits for it; so must a user of
-    // downloadSession().
+    // Waits, once, for the TLS library and the extra trust, which begin to load on the thread pool
+    // with the first call (in the window, the session check, just after the first frame). Every
+    // request and download waits for it; so must a user of downloadSession().
     QCoro::Task<> tlsLoaded();
 
     // The session file downloads go through (no service cookies, extra trust applied). It lives on a
@@ -147,7 +147,8 @@ private:
     CookieJar* m_cookies = nullptr;     // m_network's
     QNetworkAccessManager* m_downloads; // file downloads: no service cookies, no Origin; on its thread
     QThread* m_downloadThread;
-    QFuture<void> m_tls; // loading the TLS library and the extra trust
+    QFuture<void> m_tls; // loading the TLS library and the extra trust, begun by the first call
+    bool m_tlsStarted = false;
     SignInPage* m_signInPage = nullptr;
     Limits m_limits;
     double m_clockRate = 1;

@@ -46,13 +46,10 @@ public:
           m_formerFolder(std::move(formerFolder))
     {}
 
-    // On the fetcher's thread, before its first fetch: the TLS library and the extra trust, and the
-    // disk cache, in the folder an earlier version used when this one has none yet.
+    // On the fetcher's thread, before its first fetch: the disk cache, in the folder an earlier
+    // version used when this one has none yet.
     void openCache()
     {
-        // Loading the TLS library and the extra trust takes milliseconds; here it is off the main
-        // thread, which would otherwise do it before the window's first frame.
-        applyExtraTrust();
         if (m_cacheFolder.isEmpty())
             return;
         if (!m_formerFolder.isEmpty() && !QFileInfo::exists(m_cacheFolder) &&
@@ -69,6 +66,9 @@ public:
 
     void fetch(const QUrl& url)
     {
+        // The TLS library and the extra trust load with the first fetch, on this thread: the window's
+        // first frame never waits for them, nor competes with them.
+        applyExtraTrust();
         QNetworkRequest request(url);
         // The disk cache answers for as long as the service's caching headers allow.
         request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
