@@ -13,7 +13,6 @@
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
-#include <QFileInfo>
 #endif
 
 namespace brightloom::SecretStore {
