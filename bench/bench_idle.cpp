@@ -29,7 +29,12 @@
 
 namespace {
 
+using brightloom::bench::numberOption;
+using brightloom::bench::reportRatios;
 using brightloom::bench::StandInProcess;
+
+// At most this much of the yardstick's processor time and wakeups, on every screen.
+constexpr double idleGoal = 1.3;
 
 struct Figures
 {
@@ -75,15 +80,6 @@ QString newProject(const StandInProcess& service, const QString& cli, const QStr
     return said ? QString::fromUtf8(said->trimmed()) : QString();
 }
 
-void report(const char* what, const char* key, std::vector<double> ratios)
-{
-    const brightloom::bench::Spread r = brightloom::bench::spread(std::move(ratios));
-    std::printf("  %s: median %.2f  min %.2f  max %.2f  (goal at most 1.3: %s)\n", what, r.median, r.min,
-                r.max, r.median <= 1.3 ? "met" : "NOT met");
-    std::printf("RESULT {\"%s_median\":%.3f,\"%s_min\":%.3f,\"%s_max\":%.3f}\n", key, r.median, key, r.min,
-                key, r.max);
-}
-
 struct Screen
 {
     const char* name;  // as the two sides take it
@@ -103,13 +99,8 @@ int main(int argc, char** argv)
         return 2;
     }
     const QString build = QDir(args.at(1)).absolutePath();
-    int seconds = 60, rounds = 3;
-    for (const QString& arg : args.mid(2)) {
-        if (arg.startsWith(QLatin1String("--seconds=")))
-            seconds = arg.mid(10).toInt();
-        else if (arg.startsWith(QLatin1String("--rounds=")))
-            rounds = arg.mid(9).toInt();
-    }
+    const int seconds = numberOption(args, QStringLiteral("seconds"), 60);
+    const int rounds = numberOption(args, QStringLiteral("rounds"), 3);
     const QString cli = build + QStringLiteral("/src/brightloom-cli");
     const QString window = build + QStringLiteral("/bench/bench_idle_window");
     const QString yardstick = build + QStringLiteral("/bench/bench_idle_baseline");
@@ -190,11 +181,13 @@ int main(int argc, char** argv)
                 seconds, rounds);
     for (Screen& screen : screens) {
         const std::string title(screen.title), key = std::string("idle_") + screen.name;
-        report((title + ": processor time").c_str(), (key + "_cpu_vs_minimal").c_str(), screen.cpu);
-        report((title + ": wakeups").c_str(), (key + "_wakeups_vs_minimal").c_str(), screen.wakeups);
+        reportRatios((title + ": processor time").c_str(), (key + "_cpu_vs_minimal").c_str(), idleGoal,
+                     screen.cpu);
+        reportRatios((title + ": wakeups").c_str(), (key + "_wakeups_vs_minimal").c_str(), idleGoal,
+                     screen.wakeups);
         if (!screen.uiWakeups.empty())
-            report((title + ": main thread's wakeups").c_str(), (key + "_ui_wakeups_vs_minimal").c_str(),
-                   screen.uiWakeups);
+            reportRatios((title + ": main thread's wakeups").c_str(),
+                         (key + "_ui_wakeups_vs_minimal").c_str(), idleGoal, screen.uiWakeups);
     }
     return 0;
 }

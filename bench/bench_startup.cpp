@@ -29,6 +29,8 @@
 
 namespace {
 
+using brightloom::bench::numberOption;
+using brightloom::bench::reportRatios;
 using brightloom::bench::StandInProcess;
 
 struct Programs
@@ -86,18 +88,6 @@ Timing timedRun(const QString& program, const QStringList& arguments, const QPro
     return timing;
 }
 
-void report(const char* what, const char* key, double goal, std::vector<double> ratios)
-{
-    const brightloom::bench::Spread r = brightloom::bench::spread(std::move(ratios));
-    if (goal > 0)
-        std::printf("  %s: median %.2f  min %.2f  max %.2f  (goal at most %.1f: %s)\n", what, r.median, r.min,
-                    r.max, goal, r.median <= goal ? "met" : "NOT met");
-    else
-        std::printf("  %s: median %.2f  min %.2f  max %.2f\n", what, r.median, r.min, r.max);
-    std::printf("RESULT {\"%s_median\":%.3f,\"%s_min\":%.3f,\"%s_max\":%.3f}\n", key, r.median, key, r.min,
-                key, r.max);
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -109,11 +99,7 @@ int main(int argc, char** argv)
         return 2;
     }
     const QString build = QDir(args.at(1)).absolutePath();
-    int rounds = 10;
-    for (const QString& arg : args.mid(2)) {
-        if (arg.startsWith(QLatin1String("--rounds=")))
-            rounds = arg.mid(9).toInt();
-    }
+    const int rounds = numberOption(args, QStringLiteral("rounds"), 10);
     const Programs programs{build + QStringLiteral("/src/brightloom"),
                             build + QStringLiteral("/src/brightloom-cli"),
                             build + QStringLiteral("/devserver/brightloom-devserver"),
@@ -202,31 +188,31 @@ int main(int argc, char** argv)
             bareLinked.whole, oneRequestLinked.whole);
     }
     std::printf("start-up to the first painted frames, and of the command line (%d rounds)\n", rounds);
-    report("window / minimal Qt window, to the first frame", "window_first_frame_vs_minimal", 1.2,
-           windowRatios);
-    report("window's new project screen / minimal window after one request", "window_screen_vs_one_request",
-           1.2, screenRatios);
-    report("window / minimal Qt window, to exit", "window_whole_vs_minimal", 0, wholeRatios);
-    report("brightloom-cli session / QCoreApplication making one request", "cli_session_vs_one_request", 1.2,
-           cliFloorRatios);
-    report("brightloom-cli session / bare QCoreApplication", "cli_session_vs_bare_core", 0, cliRatios);
-    report("brightloom-cli --help / bare QCoreApplication", "cli_help_vs_bare_core", 1.2, helpRatios);
-    report("brightloom-cli --version / bare QCoreApplication", "cli_version_vs_bare_core", 1.2,
-           versionRatios);
+    reportRatios("window / minimal Qt window, to the first frame", "window_first_frame_vs_minimal", 1.2,
+                 windowRatios);
+    reportRatios("window's new project screen / minimal window after one request",
+                 "window_screen_vs_one_request", 1.2, screenRatios);
+    reportRatios("window / minimal Qt window, to exit", "window_whole_vs_minimal", 0, wholeRatios);
+    reportRatios("brightloom-cli session / QCoreApplication making one request", "cli_session_vs_one_request",
+                 1.2, cliFloorRatios);
+    reportRatios("brightloom-cli session / bare QCoreApplication", "cli_session_vs_bare_core", 0, cliRatios);
+    reportRatios("brightloom-cli --help / bare QCoreApplication", "cli_help_vs_bare_core", 1.2, helpRatios);
+    reportRatios("brightloom-cli --version / bare QCoreApplication", "cli_version_vs_bare_core", 1.2,
+                 versionRatios);
     // Against the same yardsticks linked against the programs' libraries: what the loader leaves.
-    report("window / minimal window with the window's libraries, to the first frame",
-           "window_first_frame_vs_linked_minimal", 0, windowFloorRatios);
-    report("window's new project screen / that window after one request",
-           "window_screen_vs_linked_one_request", 0, screenFloorRatios);
-    report("brightloom-cli session / one request with the command line's libraries",
-           "cli_session_vs_linked_one_request", 0, cliFloorLinkedRatios);
-    report("brightloom-cli --help / bare program with the command line's libraries",
-           "cli_help_vs_linked_bare_core", 0, helpFloorRatios);
-    report("brightloom-cli --version / bare program with the command line's libraries",
-           "cli_version_vs_linked_bare_core", 0, versionFloorRatios);
+    reportRatios("window / minimal window with the window's libraries, to the first frame",
+                 "window_first_frame_vs_linked_minimal", 0, windowFloorRatios);
+    reportRatios("window's new project screen / that window after one request",
+                 "window_screen_vs_linked_one_request", 0, screenFloorRatios);
+    reportRatios("brightloom-cli session / one request with the command line's libraries",
+                 "cli_session_vs_linked_one_request", 0, cliFloorLinkedRatios);
+    reportRatios("brightloom-cli --help / bare program with the command line's libraries",
+                 "cli_help_vs_linked_bare_core", 0, helpFloorRatios);
+    reportRatios("brightloom-cli --version / bare program with the command line's libraries",
+                 "cli_version_vs_linked_bare_core", 0, versionFloorRatios);
     // Each signed in, on its screen: the window on the new project screen, the minimal window once
     // its one request is answered.
-    report("window's resident memory / minimal window's after one request", "window_memory_vs_minimal", 2.0,
-           memoryRatios);
+    reportRatios("window's resident memory / minimal window's after one request", "window_memory_vs_minimal",
+                 2.0, memoryRatios);
     return 0;
 }

@@ -4,10 +4,12 @@
 // the longest pause of the main thread, and running a coroutine to its end.
 
 #include "platform/resident_memory.h"
+#include "proc_status.h"
 #include "tick_watch.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QStringList>
 #include <QTimer>
 #include <algorithm>
 #include <chrono>
@@ -36,18 +38,37 @@ inline Spread spread(std::vector<double> values)
     return {mid, values.front(), values.back()};
 }
 
+// Prints the spread of per-round ratios, with the verdict on a goal of "at most `goal`" when `goal` is
+// positive, and the RESULT line scripts/performance-table reads.
+inline void reportRatios(const char* what, const char* key, double goal, std::vector<double> ratios)
+{
+    const Spread r = spread(std::move(ratios));
+    if (goal > 0)
+        std::printf("  %s: median %.2f  min %.2f  max %.2f  (goal at most %.1f: %s)\n", what, r.median, r.min,
+                    r.max, goal, r.median <= goal ? "met" : "NOT met");
+    else
+        std::printf("  %s: median %.2f  min %.2f  max %.2f\n", what, r.median, r.min, r.max);
+    std::printf("RESULT {\"%s_median\":%.3f,\"%s_min\":%.3f,\"%s_max\":%.3f}\n", key, r.median, key, r.min,
+                key, r.max);
+}
+
+// The value of an option written "--name=N" among `arguments`, or `fallback`.
+inline int numberOption(const QStringList& arguments, const QString& name, int fallback)
+{
+    const QString prefix = QStringLiteral("--") + name + QLatin1Char('=');
+    for (const QString& argument : arguments) {
+        if (argument.startsWith(prefix))
+            return argument.mid(prefix.size()).toInt();
+    }
+    return fallback;
+}
+
 #if defined(__linux__)
 // Reads one "Vm…" line of /proc/self/status, in bytes.
 inline long long statusBytes(const char* field)
 {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    const std::string prefix = std::string(field) + ":";
-    while (std::getline(status, line)) {
-        if (line.rfind(prefix, 0) == 0)
-            return std::stoll(line.substr(prefix.size())) * 1024;
-    }
-    return -1;
+    const long long kilobytes = statusValue(field);
+    return kilobytes < 0 ? -1 : kilobytes * 1024;
 }
 
 // Peak memory from now on: resets the kernel's high-water mark and answers the resident size now.

@@ -3,11 +3,11 @@
 // What a process costs while it sits still: its processor time and how often its threads woke, over
 // a stretch of its own event loop. Both sides of the idle benchmark measure themselves with this.
 
+#include "proc_status.h"
+
 #include <QCoreApplication>
 #include <QTimer>
 #include <cstdio>
-#include <fstream>
-#include <string>
 #include <sys/resource.h>
 
 namespace brightloom::bench {
@@ -30,13 +30,7 @@ inline IdleCounters idleCounters()
     counters.wakeups = usage.ru_nvcsw;
 #if defined(__linux__)
     // /proc/self/status is the main thread's own line: the thread that runs the window.
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    const std::string field = "voluntary_ctxt_switches:";
-    while (std::getline(status, line)) {
-        if (line.rfind(field, 0) == 0)
-            counters.uiWakeups = std::stoll(line.substr(field.size()));
-    }
+    counters.uiWakeups = statusValue("voluntary_ctxt_switches");
 #endif
     return counters;
 }

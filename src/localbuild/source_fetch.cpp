@@ -135,8 +135,8 @@ QCoro::Task<QString> fetchSource(QNetworkAccessManager& network, QString from, Q
 
 QCoro::Task<QString> fetchSource(API& api, QString from, QString job)
 {
-    co_await api.tlsLoaded();
-    co_return co_await fetchSource(api.downloadSession(), std::move(from), std::move(job));
+    QNetworkAccessManager* session = co_await api.downloadSession();
+    co_return co_await fetchSource(*session, std::move(from), std::move(job));
 }
 
 } // namespace brightloom::LocalBuild

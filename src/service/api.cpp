@@ -166,6 +166,12 @@ QCoro::Task<> API::tlsLoaded()
         co_await m_tls;
 }
 
+QCoro::Task<QNetworkAccessManager*> API::downloadSession()
+{
+    co_await tlsLoaded();
+    co_return m_downloads;
+}
+
 QCoro::Task<QByteArray> API::request(QString path, QByteArray method, std::optional<QJsonObject> body)
 {
     co_await tlsLoaded();

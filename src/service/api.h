@@ -112,14 +112,11 @@ public:
     // Fetches an app archive, unpacks it into a fresh folder of Downloads and answers the app's path.
     QCoro::Task<QString> downloadApp(QString from, DownloadProgress progress = {});
 
-    // Waits, once, for the TLS library and the extra trust, which begin to load on the thread pool
-    // with the first call (in the window, the session check, just after the first frame). Every
-    // request and download waits for it; so must a user of downloadSession().
-    QCoro::Task<> tlsLoaded();
-
-    // The session file downloads go through (no service cookies, extra trust applied). It lives on a
-    // thread of its own: use it only through fetchToFile().
-    QNetworkAccessManager& downloadSession() const { return *m_downloads; }
+    // The session file downloads go through (no service cookies, extra trust applied), once the TLS
+    // library has loaded. It lives on a thread of its own: use it only through fetchToFile().
+    QCoro::Task<QNetworkAccessManager*> downloadSession();
+    // Whether the TLS library has begun to load: not before the first call.
+    bool tlsLoadBegun() const { return m_tlsStarted; }
 
     // An icon's address: absolute when the text starts with "http", else resolved against the base.
     std::optional<QUrl> iconURL(const QString& text) const;
@@ -130,6 +127,10 @@ Q_SIGNALS:
     void projectsChanged();
 
 private:
+    // Waits, once, for the TLS library and the extra trust, which begin to load on the thread pool
+    // with the first call (in the window, the session check, just after the first frame). Every
+    // request and every use of the download session waits for it.
+    QCoro::Task<> tlsLoaded();
     QUrl endpoint(const QString& path) const;
     // A time limit as the clock in use runs it.
     std::chrono::milliseconds onClock(std::chrono::milliseconds limit) const;

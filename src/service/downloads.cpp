@@ -112,8 +112,8 @@ QCoro::Task<QString> API::downloadNamed(QString from, QString name, QString exte
     if (const auto problem = text::fileNameProblem(base))
         throw APIError(QStringLiteral("The app's name cannot be a file name: ") + *problem +
                        QLatin1Char('.'));
-    co_await tlsLoaded();
-    FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress), downloadLimits());
+    QNetworkAccessManager* session = co_await downloadSession();
+    FetchedFile fetched = co_await fetchToFile(*session, url, std::move(progress), downloadLimits());
     if (fetched.status >= 400)
         throw APIError(QStringLiteral("The download failed (") + QString::number(fetched.status) +
                        QStringLiteral(")."));
@@ -130,8 +130,8 @@ QCoro::Task<QString> API::downloadApp(QString from, DownloadProgress progress)
 {
     const QUrl url = downloadAddress(from);
     // The status is not examined: an error page simply fails to unpack.
-    co_await tlsLoaded();
-    FetchedFile fetched = co_await fetchToFile(*m_downloads, url, std::move(progress), downloadLimits());
+    QNetworkAccessManager* session = co_await downloadSession();
+    FetchedFile fetched = co_await fetchToFile(*session, url, std::move(progress), downloadLimits());
     const QString folder =
         serviceDownloadsFolder() + QLatin1Char('/') +
         text::firstCharacters(QUuid::createUuid().toString(QUuid::WithoutBraces), 8).toUpper();

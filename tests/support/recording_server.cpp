@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QSslServer>
 #include <QSslSocket>
@@ -288,9 +289,9 @@ void RecordingServer::drip(QTcpSocket* socket, const QByteArray& body, int every
     timer->start(everyMs);
 }
 
-const TestCertificate& TestCertificate::shared()
+const QString& TestCertificate::sharedFile()
 {
-    static const TestCertificate made = [] {
+    static const QString made = [] {
         static QTemporaryDir dir;
         const QString cert = dir.filePath(QStringLiteral("cert.pem"));
         const QString key = dir.filePath(QStringLiteral("key.pem"));
@@ -306,7 +307,16 @@ const TestCertificate& TestCertificate::shared()
         openssl.waitForFinished(30000);
         if (openssl.exitCode() != 0)
             throw std::runtime_error("openssl could not make a test certificate");
-        QFile certFile(cert), keyFile(key);
+        return cert;
+    }();
+    return made;
+}
+
+const TestCertificate& TestCertificate::shared()
+{
+    static const TestCertificate made = [] {
+        const QString cert = sharedFile();
+        QFile certFile(cert), keyFile(QFileInfo(cert).dir().filePath(QStringLiteral("key.pem")));
         certFile.open(QIODevice::ReadOnly);
         keyFile.open(QIODevice::ReadOnly);
         TestCertificate t;

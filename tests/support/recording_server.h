@@ -105,6 +105,8 @@ struct TestCertificate
     QSslKey key;
     QString caFile;
     static const TestCertificate& shared();
+    // The same certificate's PEM file alone, made without loading the TLS library.
+    static const QString& sharedFile();
 };
 
 } // namespace brightloom::test

@@ -49,12 +49,13 @@ using namespace brightloom::ui;
 
 namespace {
 
-// The client trusts one extra certificate per process, taken when its first service client is made,
-// so every stand-in service of this program speaks with the same test certificate.
+// The client trusts one extra certificate per process, read when its first request loads the TLS
+// library, so every stand-in service of this program speaks with the same test certificate. Only
+// the file is made here: the TLS library loads when a test first needs it.
 class SharedCertificate final : public ::testing::Environment
 {
 public:
-    void SetUp() override { qputenv("BRIGHTLOOM_CA_FILE", TestCertificate::shared().caFile.toUtf8()); }
+    void SetUp() override { qputenv("BRIGHTLOOM_CA_FILE", TestCertificate::sharedFile().toUtf8()); }
 };
 const auto* const sharedCertificate = ::testing::AddGlobalTestEnvironment(new SharedCertificate);
 

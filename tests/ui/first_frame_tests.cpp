@@ -1,5 +1,5 @@
-// The window's first frame comes before any network: the spinner is painted, and only then does
-// the session check begin.
+// The window's first frame comes before any network: the spinner is painted, and only then do the
+// session check and the TLS library's load begin.
 
 #include "localbuild/local_builds.h"
 #include "recording_server.h"
@@ -27,13 +27,15 @@ namespace {
 class FirstPaintWitness final : public QObject
 {
 public:
-    FirstPaintWitness(RootViewWidget& root, const RecordingServer& server) : m_root(root), m_server(server)
+    FirstPaintWitness(RootViewWidget& root, const RecordingServer& server, const API& api)
+        : m_root(root), m_server(server), m_api(api)
     {
         root.spinnerPage()->installEventFilter(this);
     }
 
     std::optional<bool> checkStartedAtFirstPaint;
     std::optional<qsizetype> requestsAtFirstPaint;
+    std::optional<bool> tlsBegunAtFirstPaint;
 
 protected:
     bool eventFilter(QObject*, QEvent* event) override
@@ -41,6 +43,7 @@ protected:
         if (event->type() == QEvent::Paint && !checkStartedAtFirstPaint) {
             checkStartedAtFirstPaint = m_root.model().started();
             requestsAtFirstPaint = m_server.requests().size();
+            tlsBegunAtFirstPaint = m_api.tlsLoadBegun();
         }
         return false;
     }
@@ -48,6 +51,7 @@ protected:
 private:
     RootViewWidget& m_root;
     const RecordingServer& m_server;
+    const API& m_api;
 };
 
 struct FirstFrameTest : ::testing::Test
@@ -83,7 +87,7 @@ struct FirstFrameTest : ::testing::Test
 TEST_F(FirstFrameTest, SpinnerIsPaintedBeforeTheSessionCheckBegins)
 {
     auto root = makeRoot();
-    FirstPaintWitness witness(*root, server);
+    FirstPaintWitness witness(*root, server, *api);
     root->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(root.get()));
     ASSERT_TRUE(spinUntil([&] { return witness.checkStartedAtFirstPaint.has_value(); }));
@@ -94,11 +98,24 @@ TEST_F(FirstFrameTest, SpinnerIsPaintedBeforeTheSessionCheckBegins)
     ASSERT_TRUE(spinUntil([&] { return root->authView() != nullptr; }));
 }
 
+TEST_F(FirstFrameTest, TlsLibraryBeginsToLoadOnlyAfterTheFirstFrame)
+{
+    auto root = makeRoot();
+    FirstPaintWitness witness(*root, server, *api);
+    root->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(root.get()));
+    ASSERT_TRUE(spinUntil([&] { return witness.tlsBegunAtFirstPaint.has_value(); }));
+    EXPECT_FALSE(*witness.tlsBegunAtFirstPaint);
+    // The session check's request begins it.
+    ASSERT_TRUE(spinUntil([&] { return sessionChecks() == 1; }));
+    EXPECT_TRUE(api->tlsLoadBegun());
+}
+
 TEST_F(FirstFrameTest, WindowThatIsNeverPaintedStillChecksTheSession)
 {
     auto root = makeRoot();
     // Told it is shown, as a window started minimised is, but never painted.
-    FirstPaintWitness witness(*root, server);
+    FirstPaintWitness witness(*root, server, *api);
     QShowEvent shown;
     QCoreApplication::sendEvent(root.get(), &shown);
     ASSERT_TRUE(spinUntil([&] { return sessionChecks() == 1; }));

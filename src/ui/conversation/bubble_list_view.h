@@ -111,6 +111,7 @@ private:
         int lineBreaks = 0;
         bool exact = false;
     };
+    static_assert(sizeof(Row) <= sizeof(qsizetype) + 2 * sizeof(int), "a row's entry gained padding");
 
     void rowsInserted(int first, int last);
     void rowsRemoved(int first, int last);
