@@ -3,6 +3,8 @@
 
 #include "new_project_fixture.h"
 
+#include <sys/stat.h>
+
 using namespace brightloom;
 using namespace brightloom::test;
 
@@ -74,16 +76,27 @@ TEST_F(NewProjectViewTest, ShowingWithALinkInTheRequestChecksTheToolchain)
 
 TEST_F(NewProjectViewTest, TypingALinkChecksWhenTheLinkChangesAndRunsOneCheckAtATime)
 {
-    // An xcrun that notes each call and then answers as the stand-in does.
+    // An xcrun that notes each call, waits for the test to let it go on (one line through a FIFO
+    // per call), and then answers as the stand-in does. Without the gate a quick toolchain on a busy
+    // machine could answer while the link is still being typed, and the count would tell nothing.
     QTemporaryDir tools;
     const QString log = tools.filePath(QStringLiteral("calls"));
+    const QString gatePath = tools.filePath(QStringLiteral("gate"));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(gatePath).constData(), 0600), 0);
     QFile script(tools.filePath(QStringLiteral("xcrun")));
     ASSERT_TRUE(script.open(QIODevice::WriteOnly));
-    script.write(QByteArray("#!/bin/sh\necho call >> '" + log.toUtf8() +
-                            "'\nexec '" BRIGHTLOOM_STANDIN_TOOLS_DIR "/xcrun' \"$@\"\n"));
+    script.write(QByteArray("#!/bin/sh\necho call >> '" + log.toUtf8() + "'\nread -r go < '" +
+                            gatePath.toUtf8() + "'\nexec '" BRIGHTLOOM_STANDIN_TOOLS_DIR "/xcrun' \"$@\"\n"));
     script.close();
     script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     home.setEnv("BRIGHTLOOM_TOOLS_DIR", tools.path().toUtf8());
+    // Held open for reading and writing, so that neither side's open waits for the other.
+    QFile gate(gatePath);
+    ASSERT_TRUE(gate.open(QIODevice::ReadWrite | QIODevice::Unbuffered));
+    const auto callCount = [&] {
+        QFile calls(log);
+        return calls.open(QIODevice::ReadOnly) ? calls.readAll().count("call") : 0;
+    };
 
     const auto view = makeView();
     QSignalSpy links(view.get(), &NewProjectView::repoLinkChanged);
@@ -91,11 +104,16 @@ TEST_F(NewProjectViewTest, TypingALinkChecksWhenTheLinkChangesAndRunsOneCheckAtA
     for (qsizetype i = 1; i <= typed.size(); ++i)
         view->setPrompt(typed.left(i));
     EXPECT_EQ(links.size(), 8) << "the link appears, then its name grows letter by letter";
+    ASSERT_TRUE(spinUntil([&] { return callCount() == 1; })) << "the first change started a check";
+    EXPECT_TRUE(view->checkingToolchain());
+
+    gate.write("go\n");
+    ASSERT_TRUE(spinUntil([&] { return callCount() == 2; }))
+        << "the changes that came while it ran make it look once more";
+    EXPECT_TRUE(view->checkingToolchain());
+    gate.write("go\n");
     waitForCheck(*view);
-    QFile calls(log);
-    ASSERT_TRUE(calls.open(QIODevice::ReadOnly));
-    EXPECT_EQ(calls.readAll().count("call"), 2)
-        << "one check ran while the link kept changing, then one more";
+    EXPECT_EQ(callCount(), 2) << "one check ran while the link kept changing, then one more";
     EXPECT_EQ(local.toolchain(), standInVersion);
     EXPECT_EQ(view->repoLink()->name, QStringLiteral("Pomodoro"));
 }
