@@ -20,8 +20,7 @@ QList<QStringList> MacDesktopLog::calls() const
 {
     QList<QStringList> calls;
     const QFileInfoList files =
-        QDir(m_dir.path())
-            .entryInfoList({QStringLiteral("open.*")}, QDir::Files, QDir::Time | QDir::Reversed);
+        QDir(m_dir.path()).entryInfoList({QStringLiteral("open.*")}, QDir::Files, QDir::Name);
     for (const QFileInfo& file : files) {
         QFile in(file.filePath());
         if (!in.open(QIODevice::ReadOnly))
