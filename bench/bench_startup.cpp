@@ -52,7 +52,7 @@ struct Timing
     double whole = -1;       // start to exit, ms; negative when the program failed
     double firstFrame = -1;  // start to the first painted frame, ms, for programs that say when
     double screenFrame = -1; // start to the first frame of the screen it settles on, ms
-    double resident = -1;    // resident bytes at that frame
+    double resident = -1;    // resident bytes once that screen is whole
 };
 
 // The moment a program printed as "WHAT at NANOSECONDS ns", in ms from `started`; -1 when absent.
@@ -120,8 +120,8 @@ int main(int argc, char** argv)
     QProcessEnvironment windowEnvironment = environment;
     windowEnvironment.insert(QStringLiteral("BRIGHTLOOM_QUIT_AFTER_FIRST_FRAME"), QStringLiteral("1"));
     std::vector<double> windowRatios, screenRatios, wholeRatios, cliRatios, cliFloorRatios, helpRatios,
-        versionRatios, memoryRatios, windowFloorRatios, screenFloorRatios, cliFloorLinkedRatios,
-        helpFloorRatios, versionFloorRatios;
+        versionRatios, memoryRatios, windowFloorRatios, screenFloorRatios, spinnerFloorRatios,
+        cliFloorLinkedRatios, helpFloorRatios, versionFloorRatios;
     const QStringList help{QStringLiteral("--help")}, version{QStringLiteral("--version")},
         session{QStringLiteral("session")};
     // One unmeasured start of each first: the first start of a program also reads it from the disk.
@@ -164,6 +164,11 @@ int main(int argc, char** argv)
             return 1;
         windowFloorRatios.push_back(window.firstFrame / minimalLinked.firstFrame);
         screenFloorRatios.push_back(window.screenFrame / minimalAfterRequestLinked.firstFrame);
+        // The spinner comes first, before any network, so the screen cannot come before that frame
+        // and then what one request adds to a window's start.
+        const double requestAdds = minimalAfterRequestLinked.firstFrame - minimalLinked.firstFrame;
+        if (requestAdds > 0)
+            spinnerFloorRatios.push_back(window.screenFrame / (window.firstFrame + requestAdds));
         cliFloorLinkedRatios.push_back(cli.whole / oneRequestLinked.whole);
         helpFloorRatios.push_back(cliHelp.whole / bareLinked.whole);
         versionFloorRatios.push_back(cliVersion.whole / bareLinked.whole);
@@ -204,6 +209,8 @@ int main(int argc, char** argv)
                  "window_first_frame_vs_linked_minimal", 0, windowFloorRatios);
     reportRatios("window's new project screen / that window after one request",
                  "window_screen_vs_linked_one_request", 0, screenFloorRatios);
+    reportRatios("window's new project screen / its own first frame, then one request",
+                 "window_screen_vs_spinner_then_one_request", 0, spinnerFloorRatios);
     reportRatios("brightloom-cli session / one request with the command line's libraries",
                  "cli_session_vs_linked_one_request", 0, cliFloorLinkedRatios);
     reportRatios("brightloom-cli --help / bare program with the command line's libraries",

@@ -150,18 +150,22 @@ QUrl API::endpoint(const QString& path) const
     return url;
 }
 
+void API::beginTlsLoad()
+{
+    // Loading the TLS library and reading the extra trust take a good part of a start. They run on
+    // the pool; begun before the window's first frame, on a two-core machine they slowed it.
+    if (m_tlsStarted)
+        return;
+    m_tlsStarted = true;
+    m_tls = QtConcurrent::run([] {
+        applyExtraTrust();
+        QSslSocket::supportsSsl();
+    });
+}
+
 QCoro::Task<> API::tlsLoaded()
 {
-    // Loading the TLS library and reading the extra trust take a good part of a start. They begin on
-    // the pool with the first call, which in the window is the session check just after the first
-    // frame is painted: begun earlier, on a two-core machine they slowed that frame by a fifth.
-    if (!m_tlsStarted) {
-        m_tlsStarted = true;
-        m_tls = QtConcurrent::run([] {
-            applyExtraTrust();
-            QSslSocket::supportsSsl();
-        });
-    }
+    beginTlsLoad();
     if (!m_tls.isFinished())
         co_await m_tls;
 }

@@ -115,7 +115,10 @@ public:
     // The session file downloads go through (no service cookies, extra trust applied), once the TLS
     // library has loaded. It lives on a thread of its own: use it only through fetchToFile().
     QCoro::Task<QNetworkAccessManager*> downloadSession();
-    // Whether the TLS library has begun to load: not before the first call.
+    // Begins to load the TLS library and the extra trust on the thread pool, where the first call
+    // would begin it otherwise; the window does it as its first frame is painted.
+    void beginTlsLoad();
+    // Whether the TLS library has begun to load.
     bool tlsLoadBegun() const { return m_tlsStarted; }
 
     // An icon's address: absolute when the text starts with "http", else resolved against the base.
@@ -127,8 +130,7 @@ Q_SIGNALS:
     void projectsChanged();
 
 private:
-    // Waits, once, for the TLS library and the extra trust, which begin to load on the thread pool
-    // with the first call (in the window, the session check, just after the first frame). Every
+    // Waits for the TLS library and the extra trust, begun by beginTlsLoad() or else here. Every
     // request and every use of the download session waits for it.
     QCoro::Task<> tlsLoaded();
     QUrl endpoint(const QString& path) const;
@@ -148,7 +150,7 @@ private:
     CookieJar* m_cookies = nullptr;     // m_network's
     QNetworkAccessManager* m_downloads; // file downloads: no service cookies, no Origin; on its thread
     QThread* m_downloadThread;
-    QFuture<void> m_tls; // loading the TLS library and the extra trust, begun by the first call
+    QFuture<void> m_tls; // loading the TLS library and the extra trust
     bool m_tlsStarted = false;
     SignInPage* m_signInPage = nullptr;
     Limits m_limits;

@@ -19,6 +19,12 @@ void RootView::start()
     m_api->restoreSession(); // never throws; it ends by clearing `checking`
 }
 
+void RootView::prepare()
+{
+    if (m_api)
+        m_api->beginTlsLoad();
+}
+
 void RootView::update()
 {
     Screen screen = Screen::signIn;

@@ -25,6 +25,9 @@ public:
     // Asks the service whether the stored session still holds; only the first call does anything.
     void start();
     bool started() const { return m_started; }
+    // Begins, in the background, what the session check will need first (the TLS library), so that
+    // it loads while the first frame is painted.
+    void prepare();
 
 Q_SIGNALS:
     void screenChanged();

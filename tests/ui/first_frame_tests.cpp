@@ -1,5 +1,6 @@
-// The window's first frame comes before any network: the spinner is painted, and only then do the
-// session check and the TLS library's load begin.
+// The window's first frame comes before any network: the spinner is painted, the TLS library begins
+// to load as it is, and only then does the session check begin. The main screen is made while the
+// check waits, hidden and asking nothing.
 
 #include "localbuild/local_builds.h"
 #include "recording_server.h"
@@ -7,11 +8,14 @@
 #include "shell/root_view.h"
 #include "task_runner.h"
 #include "temp_home.h"
+#include "ui/app/auth_view_widget.h"
+#include "ui/app/main_view_widget.h"
 #include "ui/app/root_view_widget.h"
 #include "ui/app/window_screens.h"
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QPointer>
 #include <QShowEvent>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -23,24 +27,29 @@ using namespace brightloom::ui;
 
 namespace {
 
-// Notes, at the spinner's first paint, whether the session check had begun and reached the service.
+// Notes, as the window is shown and at the spinner's first paint, whether the session check had
+// begun, reached the service, and whether the TLS library had begun to load.
 class FirstPaintWitness final : public QObject
 {
 public:
     FirstPaintWitness(RootViewWidget& root, const RecordingServer& server, const API& api)
         : m_root(root), m_server(server), m_api(api)
     {
+        root.installEventFilter(this);
         root.spinnerPage()->installEventFilter(this);
     }
 
+    std::optional<bool> tlsBegunAtShow;
     std::optional<bool> checkStartedAtFirstPaint;
     std::optional<qsizetype> requestsAtFirstPaint;
     std::optional<bool> tlsBegunAtFirstPaint;
 
 protected:
-    bool eventFilter(QObject*, QEvent* event) override
+    bool eventFilter(QObject* watched, QEvent* event) override
     {
-        if (event->type() == QEvent::Paint && !checkStartedAtFirstPaint) {
+        if (watched == &m_root && event->type() == QEvent::Show && !tlsBegunAtShow)
+            tlsBegunAtShow = m_api.tlsLoadBegun();
+        if (watched == m_root.spinnerPage() && event->type() == QEvent::Paint && !checkStartedAtFirstPaint) {
             checkStartedAtFirstPaint = m_root.model().started();
             requestsAtFirstPaint = m_server.requests().size();
             tlsBegunAtFirstPaint = m_api.tlsLoadBegun();
@@ -98,17 +107,19 @@ TEST_F(FirstFrameTest, SpinnerIsPaintedBeforeTheSessionCheckBegins)
     ASSERT_TRUE(spinUntil([&] { return root->authView() != nullptr; }));
 }
 
-TEST_F(FirstFrameTest, TlsLibraryBeginsToLoadOnlyAfterTheFirstFrame)
+TEST_F(FirstFrameTest, TlsLibraryBeginsToLoadAsTheFirstFrameIsPaintedAndNotBefore)
 {
     auto root = makeRoot();
     FirstPaintWitness witness(*root, server, *api);
     root->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(root.get()));
     ASSERT_TRUE(spinUntil([&] { return witness.tlsBegunAtFirstPaint.has_value(); }));
-    EXPECT_FALSE(*witness.tlsBegunAtFirstPaint);
-    // The session check's request begins it.
+    ASSERT_TRUE(witness.tlsBegunAtShow.has_value());
+    EXPECT_FALSE(*witness.tlsBegunAtShow) << "nothing of the network before the frame";
+    EXPECT_TRUE(*witness.tlsBegunAtFirstPaint) << "it loads while the frame is drawn";
+    EXPECT_FALSE(*witness.checkStartedAtFirstPaint);
+    EXPECT_EQ(*witness.requestsAtFirstPaint, 0);
     ASSERT_TRUE(spinUntil([&] { return sessionChecks() == 1; }));
-    EXPECT_TRUE(api->tlsLoadBegun());
 }
 
 TEST_F(FirstFrameTest, WindowThatIsNeverPaintedStillChecksTheSession)
@@ -120,4 +131,51 @@ TEST_F(FirstFrameTest, WindowThatIsNeverPaintedStillChecksTheSession)
     QCoreApplication::sendEvent(root.get(), &shown);
     ASSERT_TRUE(spinUntil([&] { return sessionChecks() == 1; }));
     EXPECT_FALSE(witness.checkStartedAtFirstPaint.has_value()) << "the check began without a frame";
+}
+
+TEST_F(FirstFrameTest, MainScreenIsMadeWhileTheCheckWaitsAndAsksTheServiceNothingUntilShown)
+{
+    ScriptedReply session = ScriptedReply::json(200, R"({"user":{}})");
+    session.held = true;
+    server.on(QStringLiteral("GET /api/auth/get-session"), session);
+    server.on(QStringLiteral("GET /api/projects"), ScriptedReply::json(200, R"({"projects":[]})"));
+    auto root = makeRoot();
+    root->show();
+    ASSERT_TRUE(spinUntil([&] { return root->findChild<MainViewWidget*>() != nullptr; }));
+    QPointer<MainViewWidget> prepared = root->findChild<MainViewWidget*>();
+    EXPECT_EQ(root->mainView(), nullptr) << "not the main screen before the session holds";
+    EXPECT_FALSE(prepared->isVisible());
+    EXPECT_EQ(root->model().screen(), RootView::Screen::checking);
+    ASSERT_TRUE(spinUntil([&] { return sessionChecks() == 1; }));
+
+    server.releaseHeld();
+    ASSERT_TRUE(spinUntil([&] { return root->mainView() != nullptr && root->mainView()->isVisible(); }));
+    EXPECT_EQ(root->mainView(), prepared.data()) << "the screen made during the check is the one shown";
+    EXPECT_EQ(root->findChildren<MainViewWidget*>().size(), 1);
+    // Shown, its parts load: the worker status banner asks the service, after the check and the
+    // project list. A request of the hidden screen would have come while the check's answer was held.
+    ASSERT_TRUE(
+        spinUntil([&] { return !server.requestsTo(QStringLiteral("/api/worker-status")).isEmpty(); }));
+    ASSERT_GE(server.requests().size(), 3);
+    EXPECT_EQ(server.requests().at(0).path(), QStringLiteral("/api/auth/get-session"));
+    EXPECT_EQ(server.requests().at(1).path(), QStringLiteral("/api/projects"));
+}
+
+TEST_F(FirstFrameTest, MainScreenMadeDuringTheCheckIsDroppedWhenTheSessionHasEnded)
+{
+    ScriptedReply session = ScriptedReply::json(200, "null");
+    session.held = true;
+    server.on(QStringLiteral("GET /api/auth/get-session"), session);
+    auto root = makeRoot();
+    root->show();
+    ASSERT_TRUE(spinUntil([&] { return root->findChild<MainViewWidget*>() != nullptr; }));
+    QPointer<MainViewWidget> prepared = root->findChild<MainViewWidget*>();
+
+    ASSERT_TRUE(spinUntil([&] { return sessionChecks() == 1; }));
+    server.releaseHeld();
+    ASSERT_TRUE(spinUntil([&] { return root->authView() != nullptr && root->authView()->isVisible(); }));
+    ASSERT_TRUE(spinUntil([&] { return prepared.isNull(); }));
+    EXPECT_EQ(root->mainView(), nullptr);
+    EXPECT_EQ(root->findChildren<MainViewWidget*>().size(), 0);
+    EXPECT_EQ(server.requests().size(), 1) << "only the session check";
 }

@@ -19,6 +19,30 @@ long long steadyNanoseconds()
     return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
 }
 
+bool isScreen(const QObject* object)
+{
+    return object->inherits("brightloom::ui::NewProjectViewWidget") ||
+           object->inherits("brightloom::ui::AuthViewWidget");
+}
+
+// Whether a painted widget is part of a screen the start settles on, drawn where it can be seen.
+bool isPartOfAScreen(QObject* watched)
+{
+    if (!watched->isWidgetType() || !static_cast<QWidget*>(watched)->isVisible())
+        return false;
+    for (const QObject* at = watched; at; at = at->parent()) {
+        if (isScreen(at))
+            return true;
+    }
+    return false;
+}
+
+void printMoment(const char* what)
+{
+    std::printf("%s at %lld ns\n", what, static_cast<long long>(steadyNanoseconds()));
+    std::fflush(stdout);
+}
+
 class FirstFrameExit final : public QObject
 {
 public:
@@ -31,17 +55,23 @@ protected:
             return false;
         // The moments on the system's steady clock, for whoever started the program to measure its
         // start to each frame apart from the time it then takes to exit: the window's very first
-        // frame (the spinner, or whatever shows first), and the first of the screen it settles on.
+        // frame (the spinner, or whatever shows first), and the first frame of the screen it settles
+        // on, which is the first paint of any part of it.
         if (!m_firstFrame && watched->isWidgetType()) {
             m_firstFrame = true;
-            std::printf("first frame at %lld ns\n", static_cast<long long>(steadyNanoseconds()));
-            std::fflush(stdout);
+            printMoment("first frame");
         }
-        if (watched->inherits("brightloom::ui::NewProjectViewWidget") ||
-            watched->inherits("brightloom::ui::AuthViewWidget")) {
+        if (!m_screenFrame && isPartOfAScreen(watched)) {
+            m_screenFrame = true;
+            printMoment("screen frame");
+        }
+        // The memory is read, and the program quits, when the screen's own widget is painted. Qt
+        // skips the paint of a widget its children cover, as the new project screen's scroll area
+        // covers it, until something around them changes: there, the gallery's arrival, so the
+        // memory is that of the screen with its gallery.
+        if (isScreen(watched)) {
             m_done = true;
-            std::printf("screen frame at %lld ns\nresident bytes %lld\n",
-                        static_cast<long long>(steadyNanoseconds()), residentBytes());
+            std::printf("resident bytes %lld\n", residentBytes());
             std::fflush(stdout);
             // Queued: the frame being painted reaches the screen before the loop comes back to it.
             QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
@@ -51,6 +81,7 @@ protected:
 
 private:
     bool m_firstFrame = false;
+    bool m_screenFrame = false;
     bool m_done = false;
 };
 

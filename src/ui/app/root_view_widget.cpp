@@ -58,7 +58,9 @@ bool RootViewWidget::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == m_spinnerPage && event->type() == QEvent::Paint) {
         m_spinnerPage->removeEventFilter(this);
-        // Queued: the frame being painted reaches the screen first.
+        // The TLS library loads on the pool while this frame is drawn and put on the screen; the
+        // check itself is queued, so that the frame reaches the screen first.
+        m_model->prepare();
         QMetaObject::invokeMethod(this, &RootViewWidget::startChecking, Qt::QueuedConnection);
     }
     return QWidget::eventFilter(watched, event);
@@ -68,6 +70,28 @@ void RootViewWidget::startChecking()
 {
     m_spinnerPage->removeEventFilter(this);
     m_model->start(); // does nothing the second time
+    // Queued: the check's request goes out first, and the screen is made while it waits.
+    QMetaObject::invokeMethod(this, &RootViewWidget::prepareMain, Qt::QueuedConnection);
+}
+
+void RootViewWidget::prepareMain()
+{
+    if (m_model->screen() != RootView::Screen::checking || m_main || m_prepared || !m_screens.main)
+        return;
+    // Made while the window waits for the service, the screen is ready when the session holds; it
+    // asks the service nothing until it is shown (each part loads as it appears).
+    m_prepared = m_screens.main();
+    m_stack->addWidget(m_prepared); // hidden: the spinner stays in front
+    m_prepared->ensurePolished();
+}
+
+void RootViewWidget::dropPrepared()
+{
+    if (!m_prepared)
+        return;
+    m_stack->removeWidget(m_prepared);
+    m_prepared->deleteLater();
+    m_prepared = nullptr;
 }
 
 void RootViewWidget::showScreen()
@@ -77,6 +101,7 @@ void RootViewWidget::showScreen()
         m_stack->setCurrentWidget(m_spinnerPage);
         break;
     case RootView::Screen::signIn:
+        dropPrepared();
         if (m_main) {
             m_stack->removeWidget(m_main);
             m_main->deleteLater();
@@ -96,8 +121,13 @@ void RootViewWidget::showScreen()
             m_auth = nullptr;
         }
         if (!m_main) {
-            m_main = m_screens.main ? m_screens.main() : new QWidget;
-            m_stack->addWidget(m_main);
+            if (m_prepared) {
+                m_main = m_prepared;
+                m_prepared = nullptr;
+            } else {
+                m_main = m_screens.main ? m_screens.main() : new QWidget;
+                m_stack->addWidget(m_main);
+            }
             if (MainViewWidget* main = mainView())
                 Q_EMIT mainScreenMade(main);
         }

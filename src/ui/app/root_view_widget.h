@@ -17,9 +17,10 @@ class AuthViewWidget;
 class MainViewWidget;
 
 // The window's content: a centred spinner while the session is restored, then the main screen or
-// the sign-in screen. The spinner is the first frame, painted before the session check begins. Each is made
-// afresh when it appears, so signing out drops the main screen and its selection, and the sign-in form starts
-// empty.
+// the sign-in screen. The spinner is the first frame, painted before the session check begins. Each is
+// made afresh for each time it appears, so signing out drops the main screen and its selection, and the
+// sign-in form starts empty. The main screen of the start is made while the session check waits for the
+// service, hidden and asking nothing, and dropped if the check ends signed out.
 class RootViewWidget final : public QWidget
 {
     Q_OBJECT
@@ -46,6 +47,9 @@ private:
     void showScreen();
     // Starts the session check once, after the first frame.
     void startChecking();
+    // Makes the main screen, hidden, while the check is still under way.
+    void prepareMain();
+    void dropPrepared();
 
     Screens m_screens;
     RootView* m_model;
@@ -53,6 +57,7 @@ private:
     QWidget* m_spinnerPage;
     QPointer<QWidget> m_auth;
     QPointer<QWidget> m_main;
+    QPointer<QWidget> m_prepared; // the main screen made during the check, not yet shown
     bool m_startQueued = false;
 };
 
