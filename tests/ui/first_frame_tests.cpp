@@ -82,6 +82,8 @@ struct FirstFrameTest : ::testing::Test
     {
         auto root = std::unique_ptr<RootViewWidget>(rootScreen(*api, shellScreens(*api, *local, nullptr)));
         root->resize(800, 600);
+        // A loaded machine may take a while to paint: the check must wait for that frame here.
+        root->setFirstFrameAtTheLatest(std::chrono::seconds(30));
         return root;
     }
 
@@ -125,6 +127,7 @@ TEST_F(FirstFrameTest, TlsLibraryBeginsToLoadAsTheFirstFrameIsPaintedAndNotBefor
 TEST_F(FirstFrameTest, WindowThatIsNeverPaintedStillChecksTheSession)
 {
     auto root = makeRoot();
+    root->setFirstFrameAtTheLatest(std::chrono::milliseconds(250));
     // Told it is shown, as a window started minimised is, but never painted.
     FirstPaintWitness witness(*root, server, *api);
     QShowEvent shown;

@@ -11,12 +11,6 @@
 #include <QVBoxLayout>
 
 namespace brightloom::ui {
-namespace {
-
-// How long the session check waits for a first frame that does not come.
-constexpr std::chrono::milliseconds firstFrameAtTheLatest(250);
-
-} // namespace
 
 RootViewWidget::RootViewWidget(RootView& model, Screens screens, QWidget* parent)
     : QWidget(parent), m_screens(std::move(screens)), m_model(&model), m_stack(new QStackedLayout(this)),
@@ -51,7 +45,7 @@ void RootViewWidget::showEvent(QShowEvent* event)
     // the TLS library) comes before that frame. A window that is never painted (started minimised,
     // or on a platform that paints nothing) starts it a moment later all the same.
     m_spinnerPage->installEventFilter(this);
-    QTimer::singleShot(firstFrameAtTheLatest, this, &RootViewWidget::startChecking);
+    QTimer::singleShot(m_firstFrameAtTheLatest, this, &RootViewWidget::startChecking);
 }
 
 bool RootViewWidget::eventFilter(QObject* watched, QEvent* event)

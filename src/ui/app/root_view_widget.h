@@ -4,6 +4,7 @@
 
 #include <QPointer>
 #include <QWidget>
+#include <chrono>
 
 class QStackedLayout;
 
@@ -34,6 +35,10 @@ public:
     QWidget* spinnerPage() const { return m_spinnerPage; }
     AuthViewWidget* authView() const;
     MainViewWidget* mainView() const;
+    // How long, once shown, the session check waits for a first frame that does not come (a window
+    // started minimised). Tests that watch the first frame lengthen it, so that a slow machine's
+    // late frame is not taken for none.
+    void setFirstFrameAtTheLatest(std::chrono::milliseconds wait) { m_firstFrameAtTheLatest = wait; }
 
 Q_SIGNALS:
     // The main screen was made (after signing in), and is about to be shown.
@@ -59,6 +64,7 @@ private:
     QPointer<QWidget> m_main;
     QPointer<QWidget> m_prepared; // the main screen made during the check, not yet shown
     bool m_startQueued = false;
+    std::chrono::milliseconds m_firstFrameAtTheLatest{250};
 };
 
 } // namespace brightloom::ui
