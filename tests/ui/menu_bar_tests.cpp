@@ -21,6 +21,7 @@
 #include "ui/desktop/single_instance.h"
 
 #include <QClipboard>
+#include <QEvent>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QMenu>
@@ -31,6 +32,7 @@
 #include <QTest>
 #include <QTextBrowser>
 #include <gtest/gtest.h>
+#include <optional>
 
 using namespace brightloom;
 using namespace brightloom::test;
@@ -248,4 +250,44 @@ TEST_F(SettingsWindowTest, SignOutAsksFirstAndOnlyAYesEndsTheSessionAndClosesThe
     EXPECT_FALSE(window.isVisible());
     ASSERT_TRUE(spinUntil([&] { return !api.signedIn(); }));
     EXPECT_FALSE(window.signOutButton()->isEnabled());
+}
+
+namespace {
+
+// Notes whether the application had its icon when the spinner was first painted.
+class IconAtFirstPaint final : public QObject
+{
+public:
+    explicit IconAtFirstPaint(QWidget& spinner) { spinner.installEventFilter(this); }
+    std::optional<bool> hadIcon;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint && !hadIcon)
+            hadIcon = !QGuiApplication::windowIcon().isNull();
+        return false;
+    }
+};
+
+} // namespace
+
+TEST(AppIconTest, ApplicationIconIsDrawnOnceTheFirstFrameIsOnTheScreen)
+{
+    TempHome home;
+    RecordingServer server;
+    home.setEnv("BRIGHTLOOM_URL", server.baseUrl().toString().toUtf8());
+    server.on(QStringLiteral("GET /api/auth/get-session"), ScriptedReply::json(200, "null"));
+    QTemporaryDir runtime;
+    SingleInstance instance(runtime.filePath(QStringLiteral("socket")));
+    QGuiApplication::setWindowIcon(QIcon());
+    BrightloomApp app(instance);
+    app.root().setFirstFrameAtTheLatest(std::chrono::seconds(30));
+    EXPECT_TRUE(QGuiApplication::windowIcon().isNull()) << "not drawn before the window is";
+    IconAtFirstPaint witness(*app.root().spinnerPage());
+    app.window().show();
+    ASSERT_TRUE(spinUntil([] { return !QGuiApplication::windowIcon().isNull(); }));
+    ASSERT_TRUE(witness.hadIcon.has_value());
+    EXPECT_FALSE(*witness.hadIcon);
+    EXPECT_TRUE(QGuiApplication::windowIcon().availableSizes().contains(QSize(256, 256)));
 }

@@ -32,8 +32,6 @@ BrightloomApp::BrightloomApp(SingleInstance& instance, QObject* parent)
       m_window(std::make_unique<QWidget>())
 {
     m_window->setWindowTitle(QStringLiteral("Brightloom"));
-    // The application's icon, which its windows and the tray's notices take.
-    QGuiApplication::setWindowIcon(QIcon(QPixmap::fromImage(LogoMark::image(256))));
     m_window->setMinimumSize(minimumWidth, minimumHeight);
     m_window->resize(1100, 720);
     m_dialogs->setWindow(m_window.get());
@@ -51,6 +49,11 @@ BrightloomApp::BrightloomApp(SingleInstance& instance, QObject* parent)
     layout->addWidget(m_root);
     // The root starts on the spinner: the main screen, and with it the navigation, comes later.
     connect(m_root, &RootViewWidget::mainScreenMade, this, &BrightloomApp::offerNavigation);
+    // The application's icon, which its windows and the tray's notices take. Drawing it at full size
+    // takes more than a millisecond, which the first frame, whose window the desktop shows with a
+    // plain icon for that moment, need not wait for.
+    connect(m_root, &RootViewWidget::firstFrameShown, this,
+            [] { QGuiApplication::setWindowIcon(QIcon(QPixmap::fromImage(LogoMark::image(256)))); });
     connect(&instance, &SingleInstance::raiseRequested, this, &BrightloomApp::raise);
 }
 

@@ -66,6 +66,10 @@ void RootViewWidget::startChecking()
     m_model->start(); // does nothing the second time
     // Queued: the check's request goes out first, and the screen is made while it waits.
     QMetaObject::invokeMethod(this, &RootViewWidget::prepareMain, Qt::QueuedConnection);
+    if (!m_firstFrameTold) {
+        m_firstFrameTold = true;
+        Q_EMIT firstFrameShown();
+    }
 }
 
 void RootViewWidget::prepareMain()

@@ -43,6 +43,9 @@ public:
 Q_SIGNALS:
     // The main screen was made (after signing in), and is about to be shown.
     void mainScreenMade(brightloom::ui::MainViewWidget* main);
+    // The first frame is on the screen, or is not coming (a window started minimised): what the
+    // window can do without may begin. Told once.
+    void firstFrameShown();
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -64,6 +67,7 @@ private:
     QPointer<QWidget> m_main;
     QPointer<QWidget> m_prepared; // the main screen made during the check, not yet shown
     bool m_startQueued = false;
+    bool m_firstFrameTold = false;
     std::chrono::milliseconds m_firstFrameAtTheLatest{250};
 };
 
