@@ -17,6 +17,7 @@
 #include <QEvent>
 #include <QPointer>
 #include <QShowEvent>
+#include <QSignalSpy>
 #include <QTest>
 #include <gtest/gtest.h>
 #include <optional>
@@ -98,6 +99,7 @@ struct FirstFrameTest : ::testing::Test
 TEST_F(FirstFrameTest, SpinnerIsPaintedBeforeTheSessionCheckBegins)
 {
     auto root = makeRoot();
+    QSignalSpy told(root.get(), &RootViewWidget::firstFrameShown);
     FirstPaintWitness witness(*root, server, *api);
     root->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(root.get()));
@@ -107,6 +109,12 @@ TEST_F(FirstFrameTest, SpinnerIsPaintedBeforeTheSessionCheckBegins)
     // And then it begins, without anything else happening.
     ASSERT_TRUE(spinUntil([&] { return sessionChecks() == 1; }));
     ASSERT_TRUE(spinUntil([&] { return root->authView() != nullptr; }));
+    EXPECT_EQ(told.size(), 1);
+    // The frame stopped the wait for a frame that does not come: cut short now, it would fire at once.
+    root->setFirstFrameAtTheLatest(std::chrono::milliseconds(0));
+    QCoreApplication::processEvents();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(told.size(), 1) << "the check begins once";
 }
 
 TEST_F(FirstFrameTest, TlsLibraryBeginsToLoadAsTheFirstFrameIsPaintedAndNotBefore)
@@ -130,10 +138,12 @@ TEST_F(FirstFrameTest, WindowThatIsNeverPaintedStillChecksTheSession)
     root->setFirstFrameAtTheLatest(std::chrono::milliseconds(250));
     // Told it is shown, as a window started minimised is, but never painted.
     FirstPaintWitness witness(*root, server, *api);
+    QSignalSpy told(root.get(), &RootViewWidget::firstFrameShown);
     QShowEvent shown;
     QCoreApplication::sendEvent(root.get(), &shown);
     ASSERT_TRUE(spinUntil([&] { return sessionChecks() == 1; }));
     EXPECT_FALSE(witness.checkStartedAtFirstPaint.has_value()) << "the check began without a frame";
+    EXPECT_EQ(told.size(), 1) << "what waited for the frame begins all the same";
 }
 
 TEST_F(FirstFrameTest, MainScreenIsMadeWhileTheCheckWaitsAndAsksTheServiceNothingUntilShown)

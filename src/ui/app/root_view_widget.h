@@ -7,6 +7,7 @@
 #include <chrono>
 
 class QStackedLayout;
+class QTimer;
 
 namespace brightloom {
 class RootView;
@@ -38,10 +39,10 @@ public:
     // How long, once shown, the session check waits for a first frame that does not come (a window
     // started minimised). Tests that watch the first frame lengthen it, so that a slow machine's
     // late frame is not taken for none.
-    void setFirstFrameAtTheLatest(std::chrono::milliseconds wait) { m_firstFrameAtTheLatest = wait; }
+    void setFirstFrameAtTheLatest(std::chrono::milliseconds wait);
 
 Q_SIGNALS:
-    // The main screen was made (after signing in), and is about to be shown.
+    // The main screen is shown, for the first time since it was made (after signing in).
     void mainScreenMade(brightloom::ui::MainViewWidget* main);
     // The first frame is on the screen, or is not coming (a window started minimised): what the
     // window can do without may begin. Told once.
@@ -57,18 +58,15 @@ private:
     void startChecking();
     // Makes the main screen, hidden, while the check is still under way.
     void prepareMain();
-    void dropPrepared();
 
     Screens m_screens;
     RootView* m_model;
     QStackedLayout* m_stack;
     QWidget* m_spinnerPage;
     QPointer<QWidget> m_auth;
-    QPointer<QWidget> m_main;
-    QPointer<QWidget> m_prepared; // the main screen made during the check, not yet shown
+    QPointer<QWidget> m_main; // made during the check, hidden until the session holds
+    QTimer* m_noFrame;        // starts the check when no first frame comes
     bool m_startQueued = false;
-    bool m_firstFrameTold = false;
-    std::chrono::milliseconds m_firstFrameAtTheLatest{250};
 };
 
 } // namespace brightloom::ui
